@@ -1,0 +1,18 @@
+# Installs libzal, its headers (hand-written and generated) and the Zal CMake package.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS zal EXPORT ZalTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY include/zal DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/generated/include/zal DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(ZAL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Zal)
+install(EXPORT ZalTargets NAMESPACE Zal:: DESTINATION ${ZAL_CMAKE_DIR})
+configure_package_config_file(cmake/ZalConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/ZalConfig.cmake INSTALL_DESTINATION ${ZAL_CMAKE_DIR})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/ZalConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZalConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/ZalConfigVersion.cmake
+  DESTINATION ${ZAL_CMAKE_DIR})

@@ -1,0 +1,5 @@
+# Build switches of the project; every one of them is exercised by scripts/test.sh or .ci/run.
+option(ZAL_BUILD_TESTS "Build the GoogleTest suite" ON)
+option(ZAL_BUILD_BENCH "Build the benchmarks in bench/" ON)
+set(ZAL_SANITIZE "" CACHE STRING "Sanitizers: empty, 'address' (address+undefined) or 'thread'")
+set_property(CACHE ZAL_SANITIZE PROPERTY STRINGS "" address thread)

@@ -1,0 +1,59 @@
+#include <QDir>
+#include <QFileInfo>
+#include <QSettings>
+
+#include "zal/applicationdirectory.h"
+#include "zal/icfg.h"
+
+namespace {
+
+// Values of one INI file; keys outside any [section] are read as given.
+class IniCfg : public ICfg {
+public:
+    explicit IniCfg(const QString& path) : path(path) {
+        if (!path.isEmpty()) {
+            settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
+        }
+    }
+
+    QString readString(const QString& key, const QString& defaultValue) const override {
+        return settings ? settings->value(key, defaultValue).toString() : defaultValue;
+    }
+    int readInt(const QString& key, int defaultValue) const override {
+        if (!settings) {
+            return defaultValue;
+        }
+        bool ok = false;
+        const int value = settings->value(key).toInt(&ok);
+        return ok ? value : defaultValue;
+    }
+    bool readBool(const QString& key, bool defaultValue) const override {
+        if (!settings || !settings->contains(key)) {
+            return defaultValue;
+        }
+        const QString text = settings->value(key).toString().trimmed().toLower();
+        return !(text == QLatin1String("0") || text == QLatin1String("false") || text == QLatin1String("no") ||
+                 text == QLatin1String("off"));
+    }
+    QString source() const override { return path; }
+
+private:
+    QString path;
+    std::unique_ptr<QSettings> settings;
+};
+
+}  // namespace
+
+std::unique_ptr<ICfg> CfgCenter::CreateCfg(const QString& name, int /*view*/, const QString& /*extra*/) {
+    const QByteArray explicitPath = qgetenv("ZAL_CONFIG");
+    if (!explicitPath.isEmpty()) {
+        const QFileInfo file(QString::fromLocal8Bit(explicitPath));
+        if (!file.isFile() || !file.isReadable()) {
+            return nullptr;
+        }
+        auto cfg = std::make_unique<IniCfg>(file.absoluteFilePath());
+        return cfg;
+    }
+    const QString beside = QDir(zal::applicationDirectory()).absoluteFilePath(name + QStringLiteral(".ini"));
+    return std::make_unique<IniCfg>(QFileInfo(beside).isReadable() ? beside : QString());
+}
