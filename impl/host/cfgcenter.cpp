@@ -32,10 +32,11 @@ public:
             return defaultValue;
         }
         const QString text = settings->value(key).toString().trimmed().toLower();
-        return !(text == QLatin1String("0") || text == QLatin1String("false") || text == QLatin1String("no") ||
-                 text == QLatin1String("off"));
+        return !(text == QLatin1String("0") || text == QLatin1String("false") ||
+                 text == QLatin1String("no") || text == QLatin1String("off"));
     }
     QString source() const override { return path; }
+    bool isReadable() const { return !settings || settings->status() == QSettings::NoError; }
 
 private:
     QString path;
@@ -52,7 +53,7 @@ std::unique_ptr<ICfg> CfgCenter::CreateCfg(const QString& name, int /*view*/, co
             return nullptr;
         }
         auto cfg = std::make_unique<IniCfg>(file.absoluteFilePath());
-        return cfg;
+        return cfg->isReadable() ? std::move(cfg) : nullptr;
     }
     const QString beside = QDir(zal::applicationDirectory()).absoluteFilePath(name + QStringLiteral(".ini"));
     return std::make_unique<IniCfg>(QFileInfo(beside).isReadable() ? beside : QString());

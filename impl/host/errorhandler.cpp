@@ -29,9 +29,13 @@ ErrorHandler::Sink sink;
 
 }  // namespace
 
-std::uint32_t ErrorHandler::getTraceMask() { return traceMask().load(std::memory_order_relaxed); }
+std::uint32_t ErrorHandler::getTraceMask() {
+    return traceMask().load(std::memory_order_relaxed);
+}
 
-void ErrorHandler::setTraceMask(std::uint32_t mask) { traceMask().store(mask, std::memory_order_relaxed); }
+void ErrorHandler::setTraceMask(std::uint32_t mask) {
+    traceMask().store(mask, std::memory_order_relaxed);
+}
 
 void ErrorHandler::setSink(Sink newSink) {
     std::lock_guard<std::mutex> lock(sinkMutex);
