@@ -1,0 +1,45 @@
+// Frame-level sending and receiving shared by every socket template (internal to the library).
+#pragma once
+
+#include <QByteArray>
+#include <zmq.hpp>
+
+#include "zal/messages.h"
+
+namespace zal::frame {
+
+// Receives the frames of one message through one reused ZeroMQ message object.
+class FrameReader {
+public:
+    explicit FrameReader(zmq::socket_t& socket);
+    ~FrameReader();
+    FrameReader(const FrameReader&) = delete;
+    FrameReader& operator=(const FrameReader&) = delete;
+
+    // Blocks for the next frame and reports whether more frames follow. A receive that would
+    // block (or timed out) throws SocketError "recv() failed"; other errors zmq::error_t.
+    bool next();
+    void appendTo(QByteArray& field) const;
+    // next() that insists on a following frame: SocketError "Invalid message format" otherwise.
+    void nextWithMore(QByteArray* keep);
+
+private:
+    void* socket;
+    zmq_msg_t message;
+};
+
+// Sends one frame; a short or would-block send throws SocketError "send() failed".
+void sendFrame(zmq::socket_t& socket, const char* data, int size, int flags);
+inline void sendFrame(zmq::socket_t& socket, const QByteArray& bytes, int flags) {
+    sendFrame(socket, bytes.constData(), static_cast<int>(bytes.size()), flags);
+}
+inline void sendEmptyFrame(zmq::socket_t& socket, int flags) {
+    sendFrame(socket, nullptr, 0, flags);
+}
+
+void sendEnvelope(zmq::socket_t& socket, int envelopeMode, const ControlMessage& message);
+void receiveEnvelope(zmq::socket_t& socket, int envelopeMode, ControlMessage& message);
+
+extern const char* const invalidMessageFormat;
+
+}  // namespace zal::frame

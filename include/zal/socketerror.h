@@ -1,0 +1,18 @@
+// Failure of the socket layer: framing breaches and short transfers, with fixed texts.
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace zal {
+
+class SocketError : public std::exception {
+public:
+    explicit SocketError(std::string text) : text(std::move(text)) {}
+    const char* what() const noexcept override { return text.c_str(); }
+
+private:
+    std::string text;
+};
+
+}  // namespace zal

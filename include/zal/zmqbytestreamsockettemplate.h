@@ -1,0 +1,32 @@
+// Byte-stream messages on PUB/SUB sockets: the topic frame, then the data frame.
+#pragma once
+
+#include <zmq.hpp>
+
+#include "zal/messages.h"
+#include "zal/sockettraits.h"
+#include "zal/zmqsocketbase.h"
+
+namespace zal {
+
+// A one-frame message arrives with empty data; frames beyond the second are not examined.
+template <class Traits>
+class ZmqByteStreamInSocketTemplate : public ReceiveSocket<ByteStreamMessage>, public ZmqSocketBase<Traits> {
+public:
+    explicit ZmqByteStreamInSocketTemplate(typename Traits::socket_type& socket);
+    void receiveMessage(ByteStreamMessage& message) override;
+};
+
+template <class Traits>
+class ZmqByteStreamOutSocketTemplate : public SendSocket<ByteStreamMessage>, public ZmqSocketBase<Traits> {
+public:
+    explicit ZmqByteStreamOutSocketTemplate(typename Traits::socket_type& socket);
+    void sendMessage(const ByteStreamMessage& message) override;
+};
+
+extern template class ZmqByteStreamInSocketTemplate<SocketTraits<zmq::socket_t>>;
+extern template class ZmqByteStreamOutSocketTemplate<SocketTraits<zmq::socket_t>>;
+using ZmqByteStreamInSocket = ZmqByteStreamInSocketTemplate<SocketTraits<zmq::socket_t>>;
+using ZmqByteStreamOutSocket = ZmqByteStreamOutSocketTemplate<SocketTraits<zmq::socket_t>>;
+
+}  // namespace zal

@@ -1,0 +1,221 @@
+// Framing of the three message kinds on real sockets, over inproc and TCP loopback.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "support/sockets.h"
+#include "zal/socketerror.h"
+#include "zal/zmqbytestreamsockettemplate.h"
+#include "zal/zmqcontrolsockettemplate.h"
+#include "zal/zmqhelper.h"
+#include "zal/zmqroutersockettemplate.h"
+
+using namespace zal;
+using zaltest::makeSocket;
+using zaltest::receiveFrames;
+using zaltest::sendFrames;
+using Frames = std::vector<QByteArray>;
+
+namespace {
+
+// A connected pair of sockets of the given types, bound over the transport under test.
+struct SocketPair {
+    zmq::socket_t bound;
+    zmq::socket_t connected;
+    std::string address;
+};
+
+SocketPair makePair(const std::string& transport, zmq::socket_type boundType, zmq::socket_type connectedType,
+                    const std::string& identity = {}) {
+    SocketPair pair{makeSocket(boundType), makeSocket(connectedType), {}};
+    pair.address = transport == "tcp" ? std::string("tcp://127.0.0.1:*") : zaltest::uniqueInproc("framing");
+    ZmqHelper::bindSocket(pair.bound, pair.address);
+    if (identity.empty()) {
+        ZmqHelper::connectSocket(pair.connected, pair.address);
+    } else {
+        ZmqHelper::connectSocket(pair.connected, pair.address, identity);
+    }
+    return pair;
+}
+
+template <class F>
+std::string socketErrorText(F&& f) {
+    try {
+        f();
+    } catch (const SocketError& e) {
+        return e.what();
+    }
+    return "<no SocketError>";
+}
+
+class Framing : public ::testing::TestWithParam<std::string> {};
+
+}  // namespace
+
+TEST_P(Framing, EachEnvelopeModeHasItsFramesAndReadsBack) {
+    const ControlMessage sent{"ab", "xyz"};
+    const struct {
+        int mode;
+        Frames frames;
+        QByteArray addressBack;
+    } cases[] = {
+        {0, {"ab", "", "xyz"}, "ab"},
+        {1, {"", "ab", "xyz"}, "ab"},
+        {2, {"", "xyz"}, ""},
+        {3, {"ab", "xyz"}, "ab"},
+        {4, {"xyz"}, ""},
+        {-7, {"xyz"}, ""},
+    };
+    auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
+    for (const auto& c : cases) {
+        SCOPED_TRACE("mode " + std::to_string(c.mode));
+        ZmqControlSocket out(pair.connected, c.mode);
+        EXPECT_EQ(out.getEnvelopeMode(), c.mode);
+        out.sendMessage(sent);
+        EXPECT_EQ(receiveFrames(pair.bound), c.frames);
+
+        sendFrames(pair.bound, c.frames);
+        ASSERT_TRUE(zaltest::waitReadable(pair.connected));
+        ControlMessage back{"stale", "stale"};
+        out.receiveMessage(back);
+        EXPECT_EQ(back.address, c.addressBack);
+        EXPECT_EQ(back.data, sent.data);
+    }
+    ZmqControlSocket defaultMode(pair.connected);
+    EXPECT_EQ(defaultMode.getEnvelopeMode(), 1);
+}
+
+TEST_P(Framing, EnvelopeReceiveRefusesMissingFramesAndLeavesSurplus) {
+    auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
+    ZmqControlSocket mode0(pair.bound, 0);
+    ControlMessage message;
+
+    // A lone frame where an address and a delimiter should follow: the address is kept.
+    sendFrames(pair.connected, {"first"});
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    EXPECT_EQ(socketErrorText([&] { mode0.receiveMessage(message); }), "Invalid message format");
+    EXPECT_EQ(message.address, "first");
+
+    // Frames beyond the mode's last one stay queued and start the next message.
+    ZmqControlSocket mode3(pair.bound, 3);
+    sendFrames(pair.connected, {"addr", "data", "extra"});
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    mode3.receiveMessage(message);
+    EXPECT_EQ(message.address, "addr");
+    EXPECT_EQ(message.data, "data");
+    ZmqControlSocket mode4(pair.bound, 4);
+    mode4.receiveMessage(message);
+    EXPECT_EQ(message.data, "extra");
+}
+
+TEST_P(Framing, RouterMessagesCarryIdentitiesBothWays) {
+    auto pair = makePair(GetParam(), zmq::socket_type::router, zmq::socket_type::dealer, "peer");
+    ZmqRouterSocket router(pair.bound);
+
+    sendFrames(pair.connected, {"", "destination", "payload"});
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    RouterMessage in;
+    router.receiveMessage(in);
+    EXPECT_EQ(in.source, zaltest::identityFrame("peer"));
+    EXPECT_EQ(in.destination, "destination");
+    EXPECT_EQ(in.data, "payload");
+
+    router.sendMessage(RouterMessage{"origin", zaltest::identityFrame("peer"), ""});
+    EXPECT_EQ(receiveFrames(pair.connected), (Frames{"", "origin", ""}));
+
+    // Three frames (no payload) and five frames are both malformed.
+    RouterMessage bad;
+    sendFrames(pair.connected, {"", "destination"});
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    EXPECT_EQ(socketErrorText([&] { router.receiveMessage(bad); }), "Invalid message format");
+    sendFrames(pair.connected, {"", "destination", "payload", "surplus"});
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    EXPECT_EQ(socketErrorText([&] { router.receiveMessage(bad); }), "Invalid message format");
+    EXPECT_EQ(bad.data, "payload");
+}
+
+TEST_P(Framing, ByteStreamsSendTopicAndDataAndAcceptOneFrame) {
+    auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
+    ZmqByteStreamOutSocket out(pair.connected);
+    ZmqByteStreamInSocket in(pair.bound);
+    ByteStreamMessage message;
+
+    out.sendMessage(ByteStreamMessage{"topic", QByteArray(70000, 'x')});
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    in.receiveMessage(message);
+    EXPECT_EQ(message.topic, "topic");
+    EXPECT_EQ(message.data, QByteArray(70000, 'x'));
+
+    sendFrames(pair.connected, {"alone"});
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    in.receiveMessage(message);
+    EXPECT_EQ(message.topic, "alone");
+    EXPECT_TRUE(message.data.isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Transports, Framing, ::testing::Values("inproc", "tcp"));
+
+TEST(Framing, PublishedStreamsAreFilteredByTopic) {
+    auto pub = makeSocket(zmq::socket_type::pub);
+    auto sub = makeSocket(zmq::socket_type::sub);
+    std::string address = zaltest::uniqueInproc("pubsub");
+    ZmqHelper::bindSocket(pub, address);
+    ZmqHelper::connectSocket(sub, address);
+    sub.set(zmq::sockopt::subscribe, "keep");
+    ZmqByteStreamOutSocket out(pub);
+    ZmqByteStreamInSocket in(sub);
+
+    // Subscriptions reach the publisher asynchronously: publish until the first one arrives.
+    for (int attempt = 0; attempt < 500 && !zaltest::waitReadable(sub, 10); ++attempt) {
+        out.sendMessage(ByteStreamMessage{"keep-probe", ""});
+    }
+    ASSERT_TRUE(zaltest::waitReadable(sub, 0));
+    ByteStreamMessage message;
+    while (zaltest::waitReadable(sub, 0)) {
+        in.receiveMessage(message);
+    }
+    out.sendMessage(ByteStreamMessage{"drop", "no"});
+    out.sendMessage(ByteStreamMessage{"keep", "yes"});
+    ASSERT_TRUE(zaltest::waitReadable(sub));
+    in.receiveMessage(message);
+    EXPECT_EQ(message.topic, "keep");
+    EXPECT_EQ(message.data, "yes");
+}
+
+TEST(Framing, FailuresCarryTheirTexts) {
+    auto pair = makePair("inproc", zmq::socket_type::pair, zmq::socket_type::pair);
+    ControlMessage message{"a", "b"};
+
+    ZmqPubControlSocket pub(pair.connected);
+    EXPECT_EQ(socketErrorText([&] { pub.receiveMessage(message); }),
+              "receiveMessage() not supported for this socket type");
+    ZmqSubControlSocket sub(pair.bound);
+    EXPECT_EQ(socketErrorText([&] { sub.sendMessage(message); }),
+              "sendMessage() not supported for this socket type");
+    pub.sendMessage(message);
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    sub.receiveMessage(message);
+    EXPECT_EQ(message.data, "b");
+
+    // Nothing pending and a receive time-out: a timed-out receive, not a ZeroMQ error.
+    pair.bound.set(zmq::sockopt::rcvtimeo, 20);
+    ZmqControlSocket timed(pair.bound, 4);
+    EXPECT_EQ(socketErrorText([&] { timed.receiveMessage(message); }), "recv() failed");
+
+    // A dealer without any peer cannot queue the frame: the send would block.
+    auto lonely = makeSocket(zmq::socket_type::dealer);
+    lonely.set(zmq::sockopt::sndtimeo, 0);
+    ZmqControlSocket blocked(lonely, 4);
+    EXPECT_EQ(socketErrorText([&] { blocked.sendMessage(ControlMessage{"a", "b"}); }), "send() failed");
+
+    // An unroutable identity on a mandatory router is ZeroMQ's own error.
+    auto router = makeSocket(zmq::socket_type::router);
+    router.set(zmq::sockopt::router_mandatory, 1);
+    ZmqRouterSocket mandatory(router);
+    try {
+        mandatory.sendMessage(RouterMessage{"me", "nobody", "x"});
+        FAIL() << "an unknown identity was accepted";
+    } catch (const zmq::error_t& e) {
+        EXPECT_EQ(e.num(), EHOSTUNREACH);
+    }
+}

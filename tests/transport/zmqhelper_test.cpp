@@ -1,0 +1,131 @@
+// Binding with retries, resolved wildcard endpoints and identities, on real sockets.
+#include <gtest/gtest.h>
+
+#include <QStringList>
+#include <cerrno>
+
+#include "support/sockets.h"
+#include "support/tracecapture.h"
+#include "zal/zmqhelper.h"
+
+using namespace zal;
+using zaltest::makeSocket;
+
+namespace {
+
+// Stages operating-system answers for the bind call: the first `failures` calls fail with
+// `error`, the rest bind for real.
+struct StagedBind {
+    static inline int calls = 0;
+    static inline int failures = 0;
+    static inline int error = 0;
+
+    static void stage(int count, int errorNumber) {
+        calls = 0;
+        failures = count;
+        error = errorNumber;
+    }
+    static int bind(void* socket, const char* address) {
+        if (calls++ < failures) {
+            errno = error;
+            return -1;
+        }
+        return zmq_bind(socket, address);
+    }
+};
+
+int bindError(zmq::socket_t& socket, std::string address) {
+    try {
+        ZmqHelper::bindSocket(socket, address, &StagedBind::bind);
+    } catch (const zmq::error_t& e) {
+        return e.num();
+    }
+    return 0;
+}
+
+}  // namespace
+
+TEST(ZmqHelper, BindRetriesOnlyWhileTheAddressIsInUse) {
+    zaltest::TraceCapture trace;
+    auto socket = makeSocket(zmq::socket_type::pair);
+
+    StagedBind::stage(4, EADDRINUSE);
+    std::string address = zaltest::uniqueInproc("retry");
+    const std::string requested = address;
+    ZmqHelper::bindSocket(socket, address, &StagedBind::bind);
+    EXPECT_EQ(StagedBind::calls, ZmqHelper::maxBindAttempts);
+    EXPECT_EQ(address, requested);
+    EXPECT_TRUE(trace.lines().isEmpty());
+
+    StagedBind::stage(5, EADDRINUSE);
+    EXPECT_EQ(bindError(socket, "inproc://busy"), EADDRINUSE);
+    EXPECT_EQ(StagedBind::calls, 5);
+    ASSERT_EQ(trace.lines().size(), 1);
+    EXPECT_EQ(trace.lines().front(),
+              QStringLiteral("zmqhelper:40 bindSocket() for \"inproc://busy\" failed: %1")
+                  .arg(QString::fromUtf8(zmq_strerror(EADDRINUSE))));
+
+    StagedBind::stage(1, EACCES);
+    EXPECT_EQ(bindError(socket, "tcp://127.0.0.1:1"), EACCES);
+    EXPECT_EQ(StagedBind::calls, 1);
+    EXPECT_EQ(trace.lines().size(), 2);
+}
+
+TEST(ZmqHelper, RealConflictsAndBadAddressesFail) {
+    zaltest::TraceCapture trace;
+    auto holder = makeSocket(zmq::socket_type::pair);
+    auto latecomer = makeSocket(zmq::socket_type::pair);
+    std::string address = zaltest::uniqueInproc("taken");
+    ZmqHelper::bindSocket(holder, address);
+    std::string again = address;
+    try {
+        ZmqHelper::bindSocket(latecomer, again);
+        FAIL() << "a second bind of one address succeeded";
+    } catch (const zmq::error_t& e) {
+        EXPECT_EQ(e.num(), EADDRINUSE);
+    }
+    EXPECT_EQ(again, address) << "a failed bind must not rewrite the address";
+
+    EXPECT_THROW(ZmqHelper::bindSocket(latecomer), zmq::error_t);
+    EXPECT_THROW(ZmqHelper::connectSocket(latecomer, "nonsense://x"), zmq::error_t);
+    EXPECT_THROW(ZmqHelper::connectSocket(latecomer, "nonsense://x", "me"), zmq::error_t);
+    EXPECT_EQ(trace.lines().size(), 2) << "binds are traced, connects are not";
+}
+
+TEST(ZmqHelper, WildcardTcpBindComesBackResolvedAndUsable) {
+    auto server = makeSocket(zmq::socket_type::pair);
+    std::string address = "tcp://127.0.0.1:*";
+    ZmqHelper::bindSocket(server, address);
+    ASSERT_EQ(address.rfind("tcp://127.0.0.1:", 0), 0u);
+    const int port = std::stoi(address.substr(address.rfind(':') + 1));
+    EXPECT_GT(port, 0);
+
+    auto second = makeSocket(zmq::socket_type::pair);
+    QString qtAddress = QStringLiteral("tcp://127.0.0.1:*");
+    ZmqHelper::bindSocket(second, qtAddress);
+    EXPECT_NE(qtAddress.toStdString(), address);
+    EXPECT_FALSE(qtAddress.endsWith(QLatin1Char('*')));
+
+    auto client = makeSocket(zmq::socket_type::pair);
+    ZmqHelper::connectSocket(client, address);
+    zaltest::sendFrames(client, {"hello"});
+    EXPECT_EQ(zaltest::receiveFrames(server), std::vector<QByteArray>{"hello"});
+}
+
+TEST(ZmqHelper, IdentityArrivesWithItsZeroByte) {
+    auto router = makeSocket(zmq::socket_type::router);
+    std::string address = zaltest::uniqueInproc("identity");
+    ZmqHelper::bindSocket(router, address);
+    auto dealer = makeSocket(zmq::socket_type::dealer);
+    ZmqHelper::connectSocket(dealer, address, "abc");
+    zaltest::sendFrames(dealer, {"ping"});
+    const auto frames = zaltest::receiveFrames(router);
+    ASSERT_EQ(frames.size(), 2u);
+    EXPECT_EQ(frames[0], QByteArray("abc\0", 4));
+
+    // The router can answer only by naming the identity with that byte.
+    router.set(zmq::sockopt::router_mandatory, 1);
+    EXPECT_THROW(zaltest::sendFrames(router, {"abc", "pong"}), zmq::error_t);
+    zaltest::sendFrames(router, {frames[0], "pong"});
+    EXPECT_EQ(zaltest::receiveFrames(dealer), std::vector<QByteArray>{"pong"});
+}
