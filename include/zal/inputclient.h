@@ -1,0 +1,71 @@
+// Joins one socket to one handler: the owning thread calls processInput when the socket is readable.
+#pragma once
+
+#include "zal/messagehandler.h"
+#include "zal/zmqsocketbase.h"
+
+namespace zal {
+
+class InputClient {
+public:
+    // Receives one message and hands it on; socket and handler exceptions pass to the caller.
+    virtual void processInput() = 0;
+    virtual ~InputClient() = default;
+};
+
+// Replies go back on the socket the message came on. Neither pointer is owned.
+template <class Socket, class Message>
+class InputClientBase : public InputClient {
+public:
+    InputClientBase(Socket* socket, MessageHandler<Socket, Message>* handler)
+        : socket(socket), handler(handler) {}
+
+    void processInput() override {
+        Message message;
+        socket->receiveMessage(message);
+        handler->handleMessage(message, socket);
+    }
+
+protected:
+    Socket* socket;
+    MessageHandler<Socket, Message>* handler;
+};
+
+// For subscriptions, which cannot be answered on the socket they arrive on: the handler gets null.
+template <class Socket, class Message>
+class SubInputClient : public InputClient {
+public:
+    SubInputClient(ReceiveSocket<Message>* socket, MessageHandler<Socket, Message>* handler)
+        : socket(socket), handler(handler) {}
+
+    void processInput() override {
+        Message message;
+        socket->receiveMessage(message);
+        handler->handleMessage(message, nullptr);
+    }
+
+protected:
+    ReceiveSocket<Message>* socket;
+    MessageHandler<Socket, Message>* handler;
+};
+
+// Hands each message to the handler together with the socket it is to be forwarded on.
+template <class Socket, class Message, class ForwardMessage>
+class ForwardingInputClient : public InputClient {
+public:
+    ForwardingInputClient(Socket* socket, MessageHandler<Socket, Message>* handler, Socket* forward)
+        : socket(socket), handler(handler), forward(forward) {}
+
+    void processInput() override {
+        Message message;
+        socket->receiveMessage(message);
+        handler->handleMessage(message, forward);
+    }
+
+protected:
+    Socket* socket;
+    MessageHandler<Socket, Message>* handler;
+    Socket* forward;
+};
+
+}  // namespace zal

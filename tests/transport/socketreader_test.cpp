@@ -1,0 +1,128 @@
+// The poll set and the input clients, on real sockets and a native descriptor.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "support/sockets.h"
+#include "zal/inputclient.h"
+#include "zal/socketerror.h"
+#include "zal/socketreader.h"
+#include "zal/zmqhelper.h"
+#include "zal/zmqroutersockettemplate.h"
+
+using namespace zal;
+using zaltest::makeSocket;
+
+namespace {
+
+struct Pipe {
+    int fds[2] = {-1, -1};
+    Pipe() { EXPECT_EQ(::pipe(fds), 0); }
+    ~Pipe() {
+        ::close(fds[0]);
+        ::close(fds[1]);
+    }
+};
+
+template <class Socket, class Message>
+struct RecordingHandler : MessageHandler<Socket, Message> {
+    void handleMessage(Message& message, Socket* socket) override {
+        messages.push_back(message);
+        sockets.push_back(socket);
+    }
+    std::vector<Message> messages;
+    std::vector<Socket*> sockets;
+};
+
+struct Line {
+    zmq::socket_t a = makeSocket(zmq::socket_type::pair);
+    zmq::socket_t b = makeSocket(zmq::socket_type::pair);
+    Line() {
+        std::string address = zaltest::uniqueInproc("reader");
+        ZmqHelper::bindSocket(a, address);
+        ZmqHelper::connectSocket(b, address);
+    }
+};
+
+}  // namespace
+
+TEST(SocketReader, ReportsEventsPerItemAndKeepsPositions) {
+    SocketReader reader;
+    EXPECT_EQ(reader.getTimeout(), -1);
+    reader.setTimeout(0);
+    EXPECT_EQ(reader.waitForSocketsOrTimeout(), 0) << "no items and no wait";
+    EXPECT_FALSE(reader.waitForSockets());
+
+    Line first, second;
+    Pipe pipe;
+    EXPECT_EQ(reader.addSocket(first.a, ZMQ_POLLIN), 0);
+    EXPECT_EQ(reader.addSocket(second.a, ZMQ_POLLIN | 0x10000), 1) << "events are truncated to 16 bits";
+    EXPECT_EQ(reader.addSocket(static_cast<std::uint64_t>(pipe.fds[0]), ZMQ_POLLIN), 2);
+    EXPECT_EQ(reader.size(), 3);
+
+    zaltest::sendFrames(second.b, {"x"});
+    ASSERT_EQ(::write(pipe.fds[1], "!", 1), 1);
+    EXPECT_TRUE(reader.waitForSockets(5000));
+    EXPECT_EQ(reader.getEvents(0), 0);
+    EXPECT_TRUE(SocketReader::isReadable(reader.getEvents(1)));
+    EXPECT_TRUE(SocketReader::isReadable(reader.getEvents(2)));
+    EXPECT_EQ(reader.getEvents(-1), 0);
+    EXPECT_EQ(reader.getEvents(reader.size()), 0);
+
+    reader.removeSocket(0);
+    EXPECT_EQ(reader.size(), 2);
+    EXPECT_EQ(reader.waitForSocketsOrTimeout(), 2);
+    EXPECT_TRUE(SocketReader::isReadable(reader.getEvents(0))) << "the second socket moved to index 0";
+
+    reader.clear();
+    EXPECT_EQ(reader.size(), 0);
+    EXPECT_EQ(reader.getTimeout(), 0);
+    EXPECT_TRUE(SocketReader::isWriteable(ZMQ_POLLOUT) && SocketReader::hasError(ZMQ_POLLERR));
+    EXPECT_FALSE(SocketReader::isReadable(ZMQ_POLLOUT | ZMQ_POLLERR));
+}
+
+TEST(SocketReader, TimesOutWithoutEvents) {
+    Line line;
+    SocketReader reader;
+    reader.addSocket(line.a, ZMQ_POLLIN);
+    reader.setTimeout(10);
+    EXPECT_EQ(reader.waitForSocketsOrTimeout(), 0);
+    EXPECT_EQ(reader.getEvents(0), 0);
+}
+
+TEST(InputClients, HandOnTheRightReplySocket) {
+    Line line;
+    ZmqControlSocket in(line.a, 4);
+    ZmqControlSocket forward(line.a, 3);
+    ZmqSubControlSocket subscription(line.a, 4);
+    RecordingHandler<ZmqControlSocket, ControlMessage> handler;
+
+    InputClientBase<ZmqControlSocket, ControlMessage> direct(&in, &handler);
+    SubInputClient<ZmqControlSocket, ControlMessage> viaSubscription(&subscription, &handler);
+    ForwardingInputClient<ZmqControlSocket, ControlMessage, ControlMessage> forwarding(&in, &handler,
+                                                                                       &forward);
+    InputClient* clients[] = {&direct, &viaSubscription, &forwarding};
+    for (InputClient* client : clients) {
+        zaltest::sendFrames(line.b, {"payload"});
+        ASSERT_TRUE(zaltest::waitReadable(line.a));
+        client->processInput();
+    }
+    ASSERT_EQ(handler.messages.size(), 3u);
+    EXPECT_EQ(handler.messages[1].data, "payload");
+    EXPECT_EQ(handler.sockets, (std::vector<ZmqControlSocket*>{&in, nullptr, &forward}));
+}
+
+TEST(InputClients, PassSocketErrorsToTheCaller) {
+    auto router = makeSocket(zmq::socket_type::router);
+    auto dealer = makeSocket(zmq::socket_type::dealer);
+    std::string address = zaltest::uniqueInproc("malformed");
+    ZmqHelper::bindSocket(router, address);
+    ZmqHelper::connectSocket(dealer, address, "d");
+    ZmqRouterSocket socket(router);
+    RecordingHandler<ZmqRouterSocket, RouterMessage> handler;
+    ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage> client(&socket, &handler, &socket);
+
+    zaltest::sendFrames(dealer, {"only"});
+    ASSERT_TRUE(zaltest::waitReadable(router));
+    EXPECT_THROW(client.processInput(), SocketError);
+    EXPECT_TRUE(handler.messages.empty());
+}
