@@ -1,0 +1,20 @@
+#include "zal/zmqcontrollable.h"
+
+namespace zal {
+
+int ZmqControllable::addCreatorSocket() {
+    creatorIndex = reader.addSocket(*creatorSocket, ZMQ_POLLIN);
+    return creatorIndex;
+}
+
+bool ZmqControllable::checkCreatorSocket() {
+    if (!creatorSocket || !SocketReader::isReadable(reader.getEvents(creatorIndex))) {
+        return true;
+    }
+    zmq::message_t frame;
+    while (creatorSocket->recv(frame, zmq::recv_flags::dontwait) && frame.more()) {
+    }
+    return false;
+}
+
+}  // namespace zal

@@ -1,0 +1,51 @@
+// The stand-alone readiness handshake between a creator and a thread it manages itself.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "zal/controlmessagehelper.h"
+#include "zal/zmqthreadcontroller.h"
+
+using namespace zal;
+using Result = zalmsg::ControlMessage::ResultType;
+
+namespace {
+
+// One handshake: a worker thread sends `signal` through a copy of a fresh controller.
+template <class Signal>
+bool handshake(Signal signal) {
+    ZmqThreadController controller;
+    bool sent = false;
+    std::thread worker([copy = controller, &sent, signal]() mutable { sent = signal(copy); });
+    const bool ready = controller.waitForThread(10000);
+    worker.join();
+    EXPECT_TRUE(sent);
+    return ready;
+}
+
+}  // namespace
+
+TEST(ZmqThreadController, OnlyASuccessfulCreatedMessageMeansReady) {
+    EXPECT_TRUE(handshake([](ZmqThreadController& c) { return c.signalReady(); }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) { return c.signalError(); }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) {
+        return c.sendToCreator(ZmqThreadController::makeCreatedControlMessage(Result::Warning));
+    }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) {
+        return c.sendToCreator(ControlMessageHelper::makeMessage(zalmsg::ControlMessage::MessageType::Query));
+    }));
+
+    ZmqThreadController silent;
+    EXPECT_FALSE(silent.waitForThread(10)) << "nothing was sent";
+}
+
+TEST(ZmqThreadController, AddressesAreUniquePerOwner) {
+    ZmqThreadController a, b;
+    EXPECT_NE(a.getAddress(), b.getAddress());
+    EXPECT_EQ(a.getAddress(), a.makeUniqueSocketAddress());
+    EXPECT_EQ(a.getAddress().rfind("inproc://ZAL/__", 0), 0u);
+
+    const zalmsg::ControlMessage created = ZmqThreadController::makeCreatedControlMessage(Result::Error);
+    EXPECT_EQ(created.GetMessageTypeAsString(), "Created");
+    EXPECT_EQ(created.GetResultTypeAsString(), "Error");
+}
