@@ -9,6 +9,17 @@
 #include "zal/idllinstance.h"
 #include "zal/qvexception.h"
 
+// Data objects (zalmsg) and their helpers
+#include "zal/configtool.h"
+#include "zal/controlmessagehelper.h"
+#include "zal/messagetextprovider.h"
+#include "zal/msg/controlmessage.h"
+#include "zal/msg/datasource.h"
+#include "zal/msg/datastream.h"
+#include "zal/msg/irgobject.h"
+#include "zal/msg/processor.h"
+#include "zal/msg/rgexceptions.h"
+
 // Transport
 #include "zal/constants.h"
 #include "zal/context.h"
@@ -16,6 +27,7 @@
 #include "zal/inputclient.h"
 #include "zal/messagehandler.h"
 #include "zal/messages.h"
+#include "zal/requestclienttemplate.h"
 #include "zal/socketerror.h"
 #include "zal/socketreader.h"
 #include "zal/sockettraits.h"
@@ -24,3 +36,23 @@
 #include "zal/zmqhelper.h"
 #include "zal/zmqroutersockettemplate.h"
 #include "zal/zmqsocketbase.h"
+
+// Controlled threads
+#include "zal/controllablethread.h"
+#include "zal/controllerbase.h"
+#include "zal/threaderror.h"
+#include "zal/threadstate.h"
+#include "zal/zmqcontrollable.h"
+#include "zal/zmqcontrollablethread.h"
+#include "zal/zmqcontroller.h"
+#include "zal/zmqthreadcontroller.h"
+
+// Services
+#include "zal/datastreaminitializer.h"
+#include "zal/nameservice.h"
+#include "zal/nameserviceclient.h"
+#include "zal/nameservicehandlertemplate.h"
+#include "zal/nameservicestore.h"
+#include "zal/processorerror.h"
+#include "zal/router.h"
+#include "zal/routerhandler.h"

@@ -16,7 +16,12 @@ int main() {
     zal::ControlMessage received;
     in.receiveMessage(received);
 
-    const bool ok = received.address == "to" && received.data == "payload";
+    // The data objects come with the package too: a request survives its wire form.
+    const zalmsg::ControlMessage request = zal::ControlMessageHelper::makeCreateProcessorGroupMessage("g");
+    const bool parsed =
+        zal::ControlMessageHelper::fromPayload(zal::ControlMessageHelper::toPayload(request)) == request;
+
+    const bool ok = received.address == "to" && received.data == "payload" && parsed;
     std::printf("%s %s\n", address.c_str(), ok ? "round trip ok" : "round trip FAILED");
     return ok ? 0 : 1;
 }

@@ -1,0 +1,65 @@
+#include "zal/nameservice.h"
+
+#include "zal/context.h"
+#include "zal/endpoints.h"
+#include "zal/zmqhelper.h"
+
+namespace zal {
+
+NameService::NameService(const std::string& group, const std::string& prefix)
+    : group(group), prefix(prefix) {}
+
+NameService::~NameService() {
+    release();
+}
+
+bool NameService::initialize() {
+    addCreatorSocket();
+    handler = std::make_unique<NameServiceHandler>();
+
+    dealerSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::dealer);
+    dealerControl = std::make_unique<ZmqControlSocket>(*dealerSocket, 1);
+    dealerClient = std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(dealerControl.get(),
+                                                                                       handler.get());
+    routerSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::router);
+    routerSocket->set(zmq::sockopt::router_mandatory, 1);
+    routerControl = std::make_unique<ZmqControlSocket>(*routerSocket, 0);
+    routerClient = std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(routerControl.get(),
+                                                                                       handler.get());
+
+    ZmqHelper::connectSocket(*dealerSocket, Endpoints::getInternalRouterEndpoint(prefix),
+                             Endpoints::getNameServiceEndpoint(group, prefix));
+    std::string direct = Endpoints::getInternalNameServiceEndpoint(group, prefix);
+    ZmqHelper::bindSocket(*routerSocket, direct);
+
+    dealerIndex = reader.addSocket(*dealerSocket, ZMQ_POLLIN);
+    routerIndex = reader.addSocket(*routerSocket, ZMQ_POLLIN);
+    return true;
+}
+
+void NameService::process() {
+    while (reader.waitForSockets()) {
+        if (!checkCreatorSocket()) {
+            return;
+        }
+        if (reader.getEvents(routerIndex) != 0) {
+            routerClient->processInput();
+        }
+        if (reader.getEvents(dealerIndex) != 0) {
+            dealerClient->processInput();
+        }
+    }
+}
+
+// reset() clears each owner before its object goes, so a second release() finds nothing to free.
+void NameService::release() {
+    routerClient.reset();
+    routerControl.reset();
+    routerSocket.reset();
+    dealerClient.reset();
+    dealerControl.reset();
+    dealerSocket.reset();
+    handler.reset();
+}
+
+}  // namespace zal

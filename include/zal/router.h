@@ -1,0 +1,48 @@
+// Joins the outside to the inside: two ROUTER sockets that pass messages across by identity.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <zmq.hpp>
+
+#include "zal/inputclient.h"
+#include "zal/routerhandler.h"
+#include "zal/zmqcontrollable.h"
+#include "zal/zmqroutersockettemplate.h"
+
+namespace zal {
+
+// Clients connect to the external frontend; the system's own services connect DEALER sockets to
+// the internal endpoint with their endpoint names as identities. The router never reads payloads
+// and keeps no table: it forwards by the destination identity each message names. All of its
+// sockets live in its own thread.
+class Router : public ZmqControllable {
+public:
+    explicit Router(const std::string& frontendAddress);
+    explicit Router(std::shared_ptr<std::string> frontendAddress);
+    ~Router() override;
+
+    // Binds the internal endpoint, then the frontend (a wildcard frontend is written back
+    // resolved into the shared address). Failures are thrown.
+    bool initialize() override;
+    // Serves the internal side before the external one, one message per side per pass, until the
+    // creator speaks. A malformed message ends the loop with SocketError.
+    void process() override;
+    void release() override;
+
+private:
+    std::shared_ptr<std::string> frontendAddress;
+    std::unique_ptr<zmq::socket_t> externalSocket;
+    std::shared_ptr<ZmqRouterSocket> externalRouterSocket;
+    std::unique_ptr<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>> externalClient;
+    std::unique_ptr<RouterHandler> externalHandler;
+    int externalIndex = -1;
+    std::string internalAddress;
+    std::unique_ptr<zmq::socket_t> internalSocket;
+    std::shared_ptr<ZmqRouterSocket> internalRouterSocket;
+    std::unique_ptr<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>> internalClient;
+    std::unique_ptr<RouterHandler> internalHandler;
+    int internalIndex = -1;
+};
+
+}  // namespace zal

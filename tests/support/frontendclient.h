@@ -1,0 +1,45 @@
+// An outside client of the router's frontend: a DEALER socket speaking the wire protocol.
+#pragma once
+
+#include "support/sockets.h"
+#include "zal/controlmessagehelper.h"
+#include "zal/zmqhelper.h"
+
+namespace zaltest {
+
+// Sends: empty delimiter, destination identity (with its zero byte), payload. A reply arrives
+// as: empty delimiter, the replying service's identity, payload.
+class FrontendClient {
+public:
+    explicit FrontendClient(const std::string& frontend) { zal::ZmqHelper::connectSocket(socket, frontend); }
+
+    void sendRaw(const std::vector<QByteArray>& frames) { sendFrames(socket, frames); }
+
+    void send(const std::string& destination, const QByteArray& payload) {
+        sendRaw({"", zal::ControlMessageHelper::makeIdentity(destination), payload});
+    }
+
+    // Frames of the next reply, empty when none comes within timeoutMs.
+    std::vector<QByteArray> receive(long timeoutMs = 5000) { return receiveFrames(socket, timeoutMs); }
+
+    // One request, one reply; fails the calling test when no well-formed reply arrives.
+    zalmsg::ControlMessage request(const std::string& destination, const zalmsg::ControlMessage& message,
+                                   long timeoutMs = 5000) {
+        send(destination, zal::ControlMessageHelper::toPayload(message));
+        const auto frames = receive(timeoutMs);
+        if (frames.size() != 3) {
+            ADD_FAILURE() << "expected a three-frame reply from " << destination << ", got " << frames.size();
+            return zalmsg::ControlMessage();
+        }
+        EXPECT_EQ(frames[0], "");
+        EXPECT_EQ(frames[1], zal::ControlMessageHelper::makeIdentity(destination));
+        return zal::ControlMessageHelper::fromPayload(frames[2]);
+    }
+
+    zmq::socket_t& raw() { return socket; }
+
+private:
+    zmq::socket_t socket = makeSocket(zmq::socket_type::dealer);
+};
+
+}  // namespace zaltest
