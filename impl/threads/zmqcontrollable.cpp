@@ -3,6 +3,9 @@
 namespace zal {
 
 int ZmqControllable::addCreatorSocket() {
+    if (!creatorSocket) {
+        return creatorIndex = -1;
+    }
     creatorIndex = reader.addSocket(*creatorSocket, ZMQ_POLLIN);
     return creatorIndex;
 }

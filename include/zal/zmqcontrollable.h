@@ -25,7 +25,8 @@ public:
     void setCreatorSocket(std::shared_ptr<zmq::socket_t> socket) { creatorSocket = std::move(socket); }
 
 protected:
-    // Adds the creator pipe to the poll set for input and remembers its index.
+    // Adds the creator pipe to the poll set for input and remembers its index; without a pipe
+    // (a service driven directly, outside the frame) there is nothing to add and -1 comes back.
     int addCreatorSocket();
 
     std::shared_ptr<zmq::socket_t> creatorSocket;

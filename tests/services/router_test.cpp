@@ -4,6 +4,7 @@
 #include <QDeadlineTimer>
 
 #include "support/frontendclient.h"
+#include "support/runningrouter.h"
 #include "zal/constants.h"
 #include "zal/endpoints.h"
 #include "zal/router.h"
@@ -15,11 +16,7 @@ namespace {
 
 const std::string serviceIdentity = "inproc://zal/service";
 
-struct RunningRouter {
-    std::shared_ptr<std::string> frontend = std::make_shared<std::string>("tcp://127.0.0.1:*");
-    std::unique_ptr<ZmqControllableThread<Router>> thread =
-        std::make_unique<ZmqControllableThread<Router>>(new Router(frontend));
-};
+using zaltest::RunningRouter;
 
 // A service inside the system: a DEALER on the internal side, known by its identity.
 zmq::socket_t insidePeer(const std::string& identity) {

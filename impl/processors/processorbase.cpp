@@ -1,0 +1,110 @@
+#include "zal/processorbase.h"
+
+#include "zal/constants.h"
+#include "zal/context.h"
+#include "zal/endpoints.h"
+#include "zal/zmqhelper.h"
+
+namespace zal {
+
+ProcessorBase::ProcessorBase(const std::string& name, const std::string& group, const std::string& prefix)
+    : name(name), group(group), prefix(prefix) {}
+
+ProcessorBase::ProcessorBase(const zalmsg::Processor& processor, const std::string& name,
+                             const std::string& group, const std::string& prefix)
+    : name(name), group(group), prefix(prefix), processor(processor) {}
+
+ProcessorBase::~ProcessorBase() {
+    freeSockets();
+}
+
+std::string ProcessorBase::getEndpointString() const {
+    return Endpoints::getProcessorEndpoint(group, name, prefix);
+}
+
+bool ProcessorBase::initialize() {
+    reader.clear();
+    addCreatorSocket();
+    messageHandler = std::make_unique<ProcessorControlMessageHandler<ZmqControlSocket>>(this);
+    controlSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::dealer);
+    controlTemplate = std::make_unique<ZmqControlSocket>(*controlSocket);
+    controlClient = std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(controlTemplate.get(),
+                                                                                        messageHandler.get());
+    broadcastSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::sub);
+    broadcastTemplate = std::make_unique<ZmqSubControlSocket>(*broadcastSocket);
+    broadcastClient = std::make_unique<SubInputClient<ZmqControlSocket, ControlMessage>>(
+        broadcastTemplate.get(), messageHandler.get());
+    // A bounded wait: a processor must be able to stop even when its name service is gone.
+    nameServiceClient = std::make_unique<NameServiceClient>(
+        Endpoints::getInternalNameServiceEndpoint(group, internalAddressPrefixDefault), socketDefaultTimeout);
+    ZmqHelper::connectSocket(*controlSocket,
+                             Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault),
+                             getEndpointString());
+    ZmqHelper::connectSocket(*broadcastSocket, Endpoints::getGroupBroadcastEndpoint(group, prefix));
+    controlSocketIndex = reader.addSocket(*controlSocket, ZMQ_POLLIN);
+    broadcastSocketIndex = reader.addSocket(*broadcastSocket, ZMQ_POLLIN);
+    return true;
+}
+
+void ProcessorBase::process() {
+    for (;;) {
+        const int ready = reader.waitForSocketsOrTimeout();
+        if (ready < 0) {
+            return;
+        }
+        if (ready == 0) {
+            doIdleProcessing();
+            continue;
+        }
+        if (!checkCreatorSocket()) {
+            return;
+        }
+        if (SocketReader::isReadable(reader.getEvents(broadcastSocketIndex))) {
+            broadcastClient->processInput();
+        }
+        if (SocketReader::isReadable(reader.getEvents(controlSocketIndex))) {
+            controlClient->processInput();
+        }
+        checkDataEvents();
+    }
+}
+
+void ProcessorBase::release() {
+    freeSockets();
+}
+
+// reset() clears each owner before its object goes, so this may run twice.
+void ProcessorBase::freeSockets() {
+    nameServiceClient.reset();
+    broadcastClient.reset();
+    broadcastTemplate.reset();
+    broadcastSocket.reset();
+    controlClient.reset();
+    controlTemplate.reset();
+    controlSocket.reset();
+    messageHandler.reset();
+}
+
+void ProcessorBase::enableIdleProcessing(int milliseconds) {
+    reader.setTimeout(milliseconds);
+}
+
+void ProcessorBase::disableIdleProcessing() {
+    reader.setTimeout(socketInfiniteTimeout);
+}
+
+void ProcessorBase::subscribeParameter(const std::string& topic) {
+    broadcastSocket->set(zmq::sockopt::subscribe, topic);
+}
+
+bool ProcessorBase::querySources(QVector<zalmsg::DataSource>& sources) {
+    sources += static_cast<const zalmsg::Processor&>(processor).GetDataSource();
+    return true;
+}
+
+bool ProcessorBase::queryStreams(QVector<zalmsg::DataStream>& streams) {
+    streams += static_cast<const zalmsg::Processor&>(processor).GetDataStream();
+    return true;
+}
+
+}  // namespace zal
