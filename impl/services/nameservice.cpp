@@ -17,22 +17,18 @@ bool NameService::initialize() {
     addCreatorSocket();
     handler = std::make_unique<NameServiceHandler>();
 
-    dealerSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::dealer);
-    dealerControl = std::make_unique<ZmqControlSocket>(*dealerSocket, 1);
-    dealerClient = std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(dealerControl.get(),
-                                                                                       handler.get());
     routerSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::router);
     routerSocket->set(zmq::sockopt::router_mandatory, 1);
     routerControl = std::make_unique<ZmqControlSocket>(*routerSocket, 0);
     routerClient = std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(routerControl.get(),
                                                                                        handler.get());
 
-    ZmqHelper::connectSocket(*dealerSocket, Endpoints::getInternalRouterEndpoint(prefix),
-                             Endpoints::getNameServiceEndpoint(group, prefix));
+    dealerLine = std::make_unique<ControlLine>(Endpoints::getInternalRouterEndpoint(prefix),
+                                               Endpoints::getNameServiceEndpoint(group, prefix), *handler);
     std::string direct = Endpoints::getInternalNameServiceEndpoint(group, prefix);
     ZmqHelper::bindSocket(*routerSocket, direct);
 
-    dealerIndex = reader.addSocket(*dealerSocket, ZMQ_POLLIN);
+    dealerIndex = dealerLine->addTo(reader);
     routerIndex = reader.addSocket(*routerSocket, ZMQ_POLLIN);
     return true;
 }
@@ -46,7 +42,7 @@ void NameService::process() {
             routerClient->processInput();
         }
         if (reader.getEvents(dealerIndex) != 0) {
-            dealerClient->processInput();
+            dealerLine->processInput();
         }
     }
 }
@@ -56,9 +52,7 @@ void NameService::release() {
     routerClient.reset();
     routerControl.reset();
     routerSocket.reset();
-    dealerClient.reset();
-    dealerControl.reset();
-    dealerSocket.reset();
+    dealerLine.reset();
     handler.reset();
 }
 

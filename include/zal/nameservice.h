@@ -6,6 +6,7 @@
 #include <string>
 #include <zmq.hpp>
 
+#include "zal/controlline.h"
 #include "zal/inputclient.h"
 #include "zal/nameservicehandlertemplate.h"
 #include "zal/nameservicestore.h"
@@ -32,9 +33,7 @@ private:
     std::string group;
     std::string prefix;
     std::unique_ptr<NameServiceHandler> handler;
-    std::unique_ptr<zmq::socket_t> dealerSocket;
-    std::unique_ptr<ZmqControlSocket> dealerControl;
-    std::unique_ptr<InputClientBase<ZmqControlSocket, ControlMessage>> dealerClient;
+    std::unique_ptr<ControlLine> dealerLine;
     int dealerIndex = -1;
     std::unique_ptr<zmq::socket_t> routerSocket;
     std::unique_ptr<ZmqControlSocket> routerControl;

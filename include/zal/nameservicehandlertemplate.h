@@ -3,31 +3,20 @@
 
 #include "zal/configtool.h"
 #include "zal/controlmessagehelper.h"
-#include "zal/messagehandler.h"
+#include "zal/controlrequesthandler.h"
 #include "zal/nameservicestore.h"
 
 namespace zal {
 
-// One handler serves both of the name service's sockets, so both see one table. Every request
-// gets exactly one reply on the socket it came on, refusals included.
+// One handler serves both of the name service's sockets, so both see one table; refusals are
+// answered with their texts like everything else.
 template <class Socket, class Store>
-class NameServiceHandlerTemplate : public ControlMessageHandler {
+class NameServiceHandlerTemplate : public ControlRequestHandler {
 public:
-    void handleMessage(ControlMessage& envelope, Socket* socket) override {
-        zalmsg::ControlMessage message;
-        if (ControlMessageHelper::decodeRequest(envelope.data, message)) {
-            dispatch(message);
-        }
-        envelope.data = ControlMessageHelper::toPayload(message);
-        socket->sendMessage(envelope);
-    }
-
     const Store& getStore() const { return store; }
 
-private:
-    using Type = zalmsg::ControlMessage::MessageType;
-
-    void dispatch(zalmsg::ControlMessage& message) {
+protected:
+    void dispatch(zalmsg::ControlMessage& message) override {
         const std::string name = message.GetStreamName().toStdString();
         try {
             switch (message.GetMessageType()) {
@@ -60,6 +49,9 @@ private:
             ConfigTool::setErrorMessage(message, QString::fromUtf8(e.what()));
         }
     }
+
+private:
+    using Type = zalmsg::ControlMessage::MessageType;
 
     Store store;
 };
