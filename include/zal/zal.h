@@ -56,3 +56,7 @@
 #include "zal/processorerror.h"
 #include "zal/router.h"
 #include "zal/routerhandler.h"
+
+// Processors
+#include "zal/qtbridge.h"
+#include "zal/qtrepository.h"

@@ -1,0 +1,24 @@
+// A process-wide directory of Qt objects by name, through which host code finds the bridges.
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+namespace zal {
+
+// Written by processor threads, read by host threads. The guarded pointers read null once their
+// object is destroyed, so a caller must test what it gets even for a name that is registered.
+class QtRepository {
+public:
+    // Null when the name is unknown or its object is gone.
+    static QPointer<QObject> getQObject(const QString& name);
+    // Inserts, or replaces what the name held.
+    static void setQObject(const QString& name, QPointer<QObject> object);
+    // An unknown name is no error.
+    static void removeQObject(const QString& name);
+
+    QtRepository() = delete;
+};
+
+}  // namespace zal
