@@ -58,5 +58,8 @@
 #include "zal/routerhandler.h"
 
 // Processors
+#include "zal/baseplugin.h"
+#include "zal/plugin.h"
+#include "zal/pluginmanager.h"
 #include "zal/qtbridge.h"
 #include "zal/qtrepository.h"

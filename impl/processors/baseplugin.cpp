@@ -1,0 +1,33 @@
+#include "zal/baseplugin.h"
+
+#include "zal/processorinfo.h"
+#include "zal/qtbridge.h"
+
+namespace zal {
+
+BasePlugin::BasePlugin(QObject* parent)
+    : Plugin(parent),
+      name(QStringLiteral("base")),
+      types{QString::fromStdString(QtBridge::getProcessorType())} {}
+
+QString BasePlugin::getName() const {
+    return name;
+}
+
+QStringList BasePlugin::getProcessorTypes() const {
+    return types;
+}
+
+ProcessorBase* BasePlugin::createProcessor(const ProcessorInfo& info) {
+    QString type = QString::fromStdString(info.type);
+    const qsizetype dot = type.indexOf(QLatin1Char('.'));
+    if (dot >= 0) {
+        type = type.mid(dot + 1);
+    }
+    if (type == QString::fromStdString(QtBridge::getProcessorType())) {
+        return new QtBridge(info.processor, info.name, info.group, info.prefix);
+    }
+    return nullptr;
+}
+
+}  // namespace zal

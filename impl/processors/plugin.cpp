@@ -1,0 +1,13 @@
+#include "zal/plugin.h"
+
+namespace zal {
+
+Plugin::Plugin(QObject* parent) : QObject(parent) {}
+
+Plugin::~Plugin() = default;
+
+ProcessorBase* Plugin::createProcessor(const ProcessorInfo& /*info*/) {
+    return nullptr;
+}
+
+}  // namespace zal

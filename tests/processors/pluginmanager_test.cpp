@@ -1,0 +1,211 @@
+// The plug-in manager: the built-in bridge, plug-in libraries loaded from disk, registration, lookup order.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
+#include <atomic>
+#include <thread>
+
+#include "support/frontendclient.h"
+#include "support/runningrouter.h"
+#include "support/tracecapture.h"
+#include "zal/constants.h"
+#include "zal/endpoints.h"
+#include "zal/plugin.h"
+#include "zal/pluginmanager.h"
+#include "zal/processorinfo.h"
+#include "zal/qtbridge.h"
+
+using namespace zal;
+using Message = zalmsg::ControlMessage;
+
+namespace {
+
+ProcessorInfo info(const std::string& type, const std::string& name = "p") {
+    return ProcessorInfo(zalmsg::Processor(), type, name, "g", internalAddressPrefixDefault);
+}
+
+std::unique_ptr<ProcessorBase> create(const PluginManager& manager, const std::string& type,
+                                      const std::string& name = "p") {
+    return std::unique_ptr<ProcessorBase>(manager.createProcessor(info(type, name)));
+}
+
+QStringList names(const QList<Plugin*>& plugins) {
+    QStringList result;
+    for (const Plugin* plugin : plugins) {
+        result << plugin->getName();
+    }
+    return result;
+}
+
+const QString traceOfFailedLoad = QStringLiteral("impl\\pluginmanager:113 Could not load plugin: ");
+
+QString extraDirectory() {
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/extra-plugins");
+}
+
+// A file with a library's name that no loader accepts.
+bool writeBrokenLibrary(const QTemporaryDir& directory, const QString& fileName) {
+    QFile file(directory.filePath(fileName));
+    return directory.isValid() && file.open(QIODevice::WriteOnly) && file.write("not a shared library") > 0;
+}
+
+// A plug-in made by the host program itself, with whatever name and types a test needs.
+class LocalPlugin : public Plugin {
+public:
+    LocalPlugin(QString name, QStringList types) : name(std::move(name)), types(std::move(types)) {}
+    QString getName() const override { return name; }
+    QStringList getProcessorTypes() const override { return types; }
+
+private:
+    QString name;
+    QStringList types;
+};
+
+// Sets an environment variable for one scope.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(const char* name, const QByteArray& value) : name(name) { qputenv(name, value); }
+    ~ScopedEnvironment() { qunsetenv(name); }
+
+private:
+    const char* name;
+};
+
+}  // namespace
+
+TEST(PluginManager, CreatesTheBridgeWithoutLoadingAnything) {
+    zaltest::TraceCapture trace;
+    PluginManager manager;
+    for (const char* type : {"QtBridge", "base.QtBridge"}) {
+        SCOPED_TRACE(type);
+        const auto processor = create(manager, type, "b");
+        ASSERT_NE(dynamic_cast<QtBridge*>(processor.get()), nullptr);
+        EXPECT_EQ(processor->getEndpointString(), "inproc://zal/g/b");
+    }
+    // The plug-in is found by name, but compares everything right of the first full stop.
+    EXPECT_EQ(manager.getPlugin("base.QtBridge.x")->getName(), "base");
+    EXPECT_EQ(create(manager, "base.QtBridge.x"), nullptr);
+    EXPECT_EQ(create(manager, "base.Echo"), nullptr);
+    // Bare types are looked up only among known plug-ins, exactly.
+    EXPECT_EQ(create(manager, "qtbridge"), nullptr);
+    EXPECT_EQ(create(manager, "Echo"), nullptr);
+    EXPECT_EQ(names(manager.getPlugins()), QStringList{"base"});
+    EXPECT_TRUE(trace.lines().isEmpty()) << trace.lines().join('\n').toStdString();
+}
+
+TEST(PluginManager, LoadsAPluginLibraryOnFirstUseAndRunsItsProcessor) {
+    PluginManager manager;
+    auto echo = create(manager, "testplugin.Echo", "echo");
+    ASSERT_NE(echo, nullptr);
+    ASSERT_EQ(names(manager.getPlugins()), (QStringList{"base", "testplugin"}));
+    Plugin* loaded = manager.getPlugins().last();
+
+    EXPECT_NE(create(manager, "testplugin.Echo"), nullptr);
+    EXPECT_EQ(manager.getPlugins().size(), 2) << "a known plug-in is not loaded again";
+    EXPECT_EQ(manager.getPlugin("Echo"), loaded) << "once known, its bare types are found";
+    EXPECT_EQ(create(manager, "testplugin.QtBridge"), nullptr) << "the plug-in itself declines";
+
+    zaltest::RunningRouter router;
+    ZmqControllableThread<ProcessorBase> thread(echo.release());
+    zaltest::FrontendClient client(*router.frontend);
+    const std::string endpoint = Endpoints::getProcessorEndpoint("g", "echo", internalAddressPrefixDefault);
+    EXPECT_EQ(
+        client.request(endpoint, ControlMessageHelper::makeGetParameterMessage("plugin")).GetParameter(),
+        "testplugin");
+    EXPECT_EQ(client.request(endpoint, ControlMessageHelper::makeGetParameterMessage("type")).GetParameter(),
+              "testplugin.Echo");
+    client.request(endpoint, ControlMessageHelper::makeSetParameterMessage("gain", "2"));
+    EXPECT_EQ(client.request(endpoint, ControlMessageHelper::makeGetParameterListMessage()).GetParameter(),
+              "gain,plugin,type");
+}
+
+TEST(PluginManager, AMissingOrBrokenLibraryGivesNullAndATraceEveryTime) {
+    zaltest::TraceCapture trace;
+    PluginManager manager;
+    EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
+    EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
+    const QStringList lines = trace.lines();
+    ASSERT_EQ(lines.size(), 2) << "a failed load is not remembered";
+    for (const QString& line : lines) {
+        EXPECT_TRUE(line.startsWith(traceOfFailedLoad)) << line.toStdString();
+        EXPECT_GT(line.size(), traceOfFailedLoad.size()) << "the loader's reason follows";
+    }
+
+    QTemporaryDir directory;
+    ASSERT_TRUE(writeBrokenLibrary(directory, "broken.so"));
+    PluginManager withBroken(QStringList{directory.path()});
+    EXPECT_EQ(withBroken.getPlugin("broken.Echo"), nullptr);
+    EXPECT_EQ(trace.lines().size(), 3);
+    EXPECT_EQ(names(withBroken.getPlugins()), QStringList{"base"});
+
+    ErrorHandler::setTraceMask(ErrorHandler::getTraceMask() & ~ErrorHandler::TraceBit);
+    EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
+    EXPECT_EQ(trace.lines().size(), 3) << "silent without the trace bit";
+}
+
+TEST(PluginManager, SearchesExtraDirectoriesAndThePluginPathAfterTheApplicationDirectory) {
+    PluginManager plain;
+    EXPECT_EQ(plain.getPlugin("extraplugin.Echo"), nullptr);
+
+    PluginManager withExtra(QStringList{extraDirectory()});
+    const auto fromExtra = create(withExtra, "extraplugin.Echo");
+    EXPECT_NE(fromExtra, nullptr);
+    EXPECT_EQ(names(withExtra.getPlugins()), (QStringList{"base", "extraplugin"}));
+
+    {
+        ScopedEnvironment path("ZAL_PLUGIN_PATH", "/nonexistent::" + extraDirectory().toLocal8Bit());
+        PluginManager fromPath;
+        EXPECT_NE(fromPath.getPlugin("extraplugin.Echo"), nullptr);
+    }
+
+    // A broken file of the same name further down the search is never reached.
+    QTemporaryDir directory;
+    ASSERT_TRUE(writeBrokenLibrary(directory, "testplugin.so"));
+    PluginManager shadowed(QStringList{directory.path()});
+    ScopedEnvironment path("ZAL_PLUGIN_PATH", directory.path().toLocal8Bit());
+    ASSERT_NE(shadowed.getPlugin("testplugin.Echo"), nullptr);
+    EXPECT_EQ(shadowed.getPlugin("testplugin.Echo")->getName(), "testplugin");
+}
+
+TEST(PluginManager, RegistersOnlyNewNamesAndKeepsThemOwnedByTheCaller) {
+    zaltest::TraceCapture trace;
+    // Declared before the manager, so a manager that deleted them would be caught freeing twice.
+    LocalPlugin impostor("base", {"Impostor"});
+    LocalPlugin local("local", {"Local", "QtBridge"});
+    LocalPlugin again("local", {"Again"});
+    PluginManager manager;
+
+    EXPECT_FALSE(manager.registerPlugin(nullptr));
+    EXPECT_FALSE(manager.registerPlugin(&impostor));
+    EXPECT_TRUE(manager.registerPlugin(&local));
+    EXPECT_FALSE(manager.registerPlugin(&again)) << "the first registration wins";
+    EXPECT_EQ(names(manager.getPlugins()), (QStringList{"base", "local"}));
+
+    EXPECT_EQ(manager.getPlugin("Local"), &local);
+    EXPECT_EQ(manager.getPlugin("Impostor"), nullptr);
+    EXPECT_EQ(manager.getPlugin("QtBridge")->getName(), "base") << "plug-ins are asked in order";
+    EXPECT_EQ(manager.getPlugin("local.Anything"), &local);
+    EXPECT_EQ(create(manager, "Local"), nullptr) << "a plug-in that does not create declines";
+    EXPECT_TRUE(trace.lines().isEmpty());
+}
+
+TEST(PluginManager, ServesGroupsInManyThreadsLoadingEachLibraryOnce) {
+    PluginManager manager;
+    std::atomic<int> created{0};
+    std::vector<std::thread> groups;
+    for (int g = 0; g < 4; ++g) {
+        groups.emplace_back([&manager, &created, g] {
+            for (int i = 0; i < 20; ++i) {
+                const auto processor = create(manager, (i + g) % 2 == 0 ? "testplugin.Echo" : "QtBridge");
+                created += processor != nullptr ? 1 : 0;
+            }
+        });
+    }
+    for (auto& group : groups) {
+        group.join();
+    }
+    EXPECT_EQ(created.load(), 80);
+    EXPECT_EQ(names(manager.getPlugins()), (QStringList{"base", "testplugin"}));
+}
