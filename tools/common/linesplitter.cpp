@@ -1,0 +1,62 @@
+#include "zaltools/linesplitter.h"
+
+namespace zaltools {
+
+bool LineSplitter::split(const QString& line, QStringList& words, QString& error) {
+    words.clear();
+    QString word;
+    // A word exists once anything, even an empty pair of quotes, has been read for it.
+    bool inWord = false;
+    bool quoted = false;
+    for (qsizetype i = 0; i < line.size(); ++i) {
+        const QChar c = line[i];
+        if (quoted) {
+            if (c == QLatin1Char('\\') && i + 1 < line.size() &&
+                (line[i + 1] == QLatin1Char('"') || line[i + 1] == QLatin1Char('\\'))) {
+                word += line[++i];
+            } else if (c == QLatin1Char('"')) {
+                quoted = false;
+            } else {
+                word += c;
+            }
+        } else if (c.isSpace()) {
+            if (inWord) {
+                words << word;
+                word.clear();
+                inWord = false;
+            }
+        } else if (c == QLatin1Char('#') && !inWord) {
+            break;
+        } else if (c == QLatin1Char('"')) {
+            quoted = true;
+            inWord = true;
+        } else {
+            word += c;
+            inWord = true;
+        }
+    }
+    if (quoted) {
+        words.clear();
+        error = QStringLiteral("unterminated double quote");
+        return false;
+    }
+    if (inWord) {
+        words << word;
+    }
+    return true;
+}
+
+QVector<ScriptLine> LineSplitter::splitScript(const QString& text) {
+    QVector<ScriptLine> lines;
+    const QStringList rawLines = text.split(QLatin1Char('\n'));
+    for (qsizetype i = 0; i < rawLines.size(); ++i) {
+        ScriptLine line;
+        line.number = static_cast<int>(i + 1);
+        if (!split(rawLines[i], line.words, line.error) || !line.words.isEmpty()) {
+            lines << line;
+        }
+    }
+    return lines;
+}
+
+}  // namespace zaltools

@@ -1,0 +1,37 @@
+// One parsed command: where it goes, what it asks, and how its reply is shown.
+#pragma once
+
+#include <QString>
+#include <string>
+#include <vector>
+
+#include "zal/msg/controlmessage.h"
+
+namespace zaltools {
+
+// Which part of a reply carries the value a user asked for.
+enum class Presentation {
+    Nothing,       // result and text only
+    CommaList,     // Parameter "a,b", shown one item per line
+    Value,         // Parameter as it is
+    DataSources,   // DataSource list
+    DataStreams,   // DataStream list
+    ResolvedName,  // ProcessorName and StreamAddresses
+};
+
+struct Command {
+    QString name;  // the sub-command, e.g. "create-group"
+    // The identity of the service asked, without its terminating zero byte.
+    std::string destination;
+    zalmsg::ControlMessage request;
+    // Set only for a connect by stream name, whose address is known only after resolving: then
+    // `request` is the ResolveStream for this name service, and the Connect for `destination` is
+    // made from the first address resolved, `streamName` and `filters`.
+    std::string resolveAt;
+    QString streamName;
+    std::vector<std::string> filters;
+    Presentation presentation = Presentation::Nothing;
+    bool xml = false;  // show the raw reply instead of the formatted one
+};
+
+}  // namespace zaltools
