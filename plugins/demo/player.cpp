@@ -1,0 +1,134 @@
+#include "player.h"
+
+#include <QFileInfo>
+#include <algorithm>
+
+namespace demo {
+
+namespace {
+
+// Bounds the work between two looks at the control line.
+constexpr int maxBatch = 1000;
+// A long gap in a recording is waited out in steps, so the wait never outlives a Stop by much.
+constexpr qint64 maxWaitMilliseconds = 100;
+
+}  // namespace
+
+Player::Player(const zal::ProcessorInfo& info)
+    : StreamProcessor(info.processor, info.name, info.group, info.prefix) {}
+
+void Player::handleMessage(zal::ByteStreamMessage&, zal::ZmqByteStreamInSocket*) {}
+
+void Player::checkDataEvents() {
+    StreamProcessor::checkDataEvents();
+    playDue();
+}
+
+void Player::doIdleProcessing() {
+    playDue();
+}
+
+void Player::playDue() {
+    if (!playing || !output) {
+        return;
+    }
+    for (int i = 0; i < maxBatch; ++i) {
+        if (!hasPending) {
+            if (!recording.next(pending)) {
+                finish();
+                return;
+            }
+            hasPending = true;
+            if (played == 0) {
+                firstTime = pending.time;
+            }
+        }
+        if (!fullSpeed) {
+            const qint64 wait = (pending.time - firstTime) - clock.nsecsElapsed();
+            if (wait > 0) {
+                enableIdleProcessing(int(std::min((wait + 999'999) / 1'000'000, maxWaitMilliseconds)));
+                return;
+            }
+        }
+        output->sendMessage(zal::ByteStreamMessage{pending.topic, pending.data});
+        hasPending = false;
+        ++played;
+    }
+    enableIdleProcessing(0);
+}
+
+void Player::finish() {
+    playing = false;
+    hasPending = false;
+    done = true;
+    recording.close();
+    disableIdleProcessing();
+}
+
+bool Player::start(const QString& streamName) {
+    if (file.isEmpty() || !recording.open(file)) {
+        return false;
+    }
+    StreamProcessor::start(streamName);
+    playing = true;
+    done = false;
+    hasPending = false;
+    played = 0;
+    clock.start();
+    enableIdleProcessing(0);
+    return true;
+}
+
+bool Player::stop(const QString& streamName) {
+    StreamProcessor::stop(streamName);
+    playing = false;
+    hasPending = false;
+    recording.close();
+    disableIdleProcessing();
+    return true;
+}
+
+bool Player::setParameter(const QString& name, const QString& value) {
+    if (playing) {
+        return false;
+    }
+    if (name == "file") {
+        RecordingReader probe;
+        if (!probe.open(value)) {
+            return false;
+        }
+        file = QFileInfo(value).absoluteFilePath();
+        done = false;
+        return true;
+    }
+    if (name == "speed") {
+        if (value != "recorded" && value != "full") {
+            return false;
+        }
+        fullSpeed = value == "full";
+        return true;
+    }
+    return false;
+}
+
+bool Player::getParameter(const QString& name, QString& value) {
+    if (name == "file") {
+        value = file;
+    } else if (name == "speed") {
+        value = fullSpeed ? "full" : "recorded";
+    } else if (name == "played") {
+        value = QString::number(played);
+    } else if (name == "done") {
+        value = done ? "true" : "false";
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool Player::getParameterList(QStringList& names) {
+    names = {"done", "file", "played", "speed"};
+    return true;
+}
+
+}  // namespace demo

@@ -1,0 +1,48 @@
+// A processor that writes every message of the streams it is connected to into recording files.
+#pragma once
+
+#include <memory>
+
+#include "recordingwriter.h"
+#include "zal/processorinfo.h"
+#include "zal/streamprocessor.h"
+
+namespace demo {
+
+// Parameters: "directory" (where the next file goes; an existing writable directory, default the
+// working directory), "file" (read only: the current file's path, empty before the first),
+// "recorded" (read only: messages in the current file), "failed" (read only: messages that could
+// not be written). The first file is opened by the first message or by StartNewRecording, whose
+// parameter may name the file (relative to "directory"); empty, the name is made up. Files are
+// never overwritten. Records nothing while stopped.
+class Recorder : public zal::StreamProcessor {
+public:
+    explicit Recorder(const zal::ProcessorInfo& info);
+    ~Recorder() override;
+
+    void release() override;
+    void handleMessage(zal::ByteStreamMessage& message, zal::ZmqByteStreamInSocket* socket) override;
+
+protected:
+    // Flushes while the streams are quiet, so that a file being written can be read up to there.
+    void doIdleProcessing() override;
+    bool setParameter(const QString& name, const QString& value) override;
+    bool getParameter(const QString& name, QString& value) override;
+    bool getParameterList(QStringList& names) override;
+    bool startNewRecording(QString& parameter) override;
+
+private:
+    // Opens the next file and only then closes the current one: a refused file loses nothing.
+    bool openNext(const QString& requestedName);
+    QString makeFileName();
+
+    QString directory;
+    std::unique_ptr<RecordingWriter> writer;
+    int fileNumber = 0;
+    qint64 failed = 0;
+    // After the first file could not be opened, messages are counted as failed instead of retrying
+    // on each one, until the directory changes or a new recording is asked for.
+    bool openRefused = false;
+};
+
+}  // namespace demo
