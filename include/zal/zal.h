@@ -48,6 +48,8 @@
 #include "zal/zmqthreadcontroller.h"
 
 // Services
+#include "zal/controlline.h"
+#include "zal/controlrequesthandler.h"
 #include "zal/datastreaminitializer.h"
 #include "zal/nameservice.h"
 #include "zal/nameserviceclient.h"
@@ -63,3 +65,15 @@
 #include "zal/pluginmanager.h"
 #include "zal/qtbridge.h"
 #include "zal/qtrepository.h"
+
+// Processor groups, stream processors and the environment
+#include "zal/entrypoints.h"
+#include "zal/processorbase.h"
+#include "zal/processorcontrolinterface.h"
+#include "zal/processorcontrolmessagehandler.h"
+#include "zal/processorinfo.h"
+#include "zal/environment.h"
+#include "zal/environmentdll.h"
+#include "zal/processorgroupmanagertemplate.h"
+#include "zal/processorgrouptemplate.h"
+#include "zal/streamprocessor.h"

@@ -1,0 +1,24 @@
+#include "zal/environment.h"
+
+#include "zal/constants.h"
+#include "zal/endpoints.h"
+#include "zal/pluginmanager.h"
+
+namespace zal {
+
+Environment::Environment(const std::string& frontendAddress)
+    : Environment(std::make_shared<PluginManager>(), frontendAddress) {}
+
+Environment::Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress)
+    : frontendAddress(std::make_shared<std::string>(frontendAddress)),
+      routerThread(new Router(this->frontendAddress)),
+      groupManagerThread(new ProcessorGroupManager(
+          std::move(pluginManager), Endpoints::getGroupManagerEndpoint(internalAddressPrefixDefault))) {}
+
+Environment::~Environment() = default;
+
+std::string Environment::getRouterFrontendAddress() {
+    return *frontendAddress;
+}
+
+}  // namespace zal

@@ -1,0 +1,100 @@
+#include "zal/processorgroupmanagertemplate.h"
+
+#include "zal/configtool.h"
+#include "zal/endpoints.h"
+
+namespace zal {
+
+namespace {
+using Message = zalmsg::ControlMessage;
+using Type = zalmsg::ControlMessage::MessageType;
+}  // namespace
+
+template <class Traits>
+void ProcessorGroupManagerHandlerTemplate<Traits>::dispatch(Message& message) {
+    const QString name = message.GetGroupName();
+    const std::string key = name.toStdString();
+    switch (message.GetMessageType()) {
+        case Type::QueryGroups: {
+            QStringList names;
+            for (const auto& entry : manager.groups) {
+                names << QString::fromStdString(entry.first);
+            }
+            ConfigTool::setResultSuccess(message, names.join(QLatin1Char(',')));
+            break;
+        }
+        case Type::CreateGroup:
+            if (manager.groups.count(key) != 0) {
+                ConfigTool::setErrorMessage(
+                    message, QStringLiteral("A group with the name '%1' already exists.").arg(name));
+                break;
+            }
+            try {
+                manager.groups.emplace(
+                    key,
+                    std::make_shared<typename ProcessorGroupManagerTemplate<Traits>::GroupThread>(
+                        new ProcessorGroupTemplate<Traits>(manager.pluginManager, key, manager.endpoint)));
+                ConfigTool::setResultSuccess(message);
+            } catch (const std::exception& e) {
+                ConfigTool::setErrorMessage(message, QString::fromUtf8(e.what()));
+            }
+            break;
+        case Type::DeleteGroup: {
+            const auto found = manager.groups.find(key);
+            if (found == manager.groups.end()) {
+                ConfigTool::setErrorMessage(
+                    message, QStringLiteral("A group with the name '%1' does not exists.").arg(name));
+                break;
+            }
+            manager.groups.erase(found);
+            ConfigTool::setResultSuccess(message);
+            break;
+        }
+        default:
+            ConfigTool::setErrorMessage(message, QStringLiteral("Unknown message type"));
+    }
+}
+
+template <class Traits>
+ProcessorGroupManagerTemplate<Traits>::ProcessorGroupManagerTemplate(
+    std::shared_ptr<PluginManager> pluginManager, const std::string& endpoint)
+    : endpoint(endpoint), pluginManager(std::move(pluginManager)) {}
+
+template <class Traits>
+ProcessorGroupManagerTemplate<Traits>::~ProcessorGroupManagerTemplate() {
+    release();
+}
+
+template <class Traits>
+bool ProcessorGroupManagerTemplate<Traits>::initialize() {
+    addCreatorSocket();
+    handler = std::make_unique<ProcessorGroupManagerHandlerTemplate<Traits>>(*this);
+    line = std::make_unique<ControlLine>(Endpoints::getInternalRouterEndpoint(endpoint),
+                                         Endpoints::getGroupManagerEndpoint(endpoint), *handler);
+    controlIndex = line->addTo(reader);
+    return true;
+}
+
+template <class Traits>
+void ProcessorGroupManagerTemplate<Traits>::process() {
+    while (reader.waitForSockets()) {
+        if (!checkCreatorSocket()) {
+            return;
+        }
+        if (reader.getEvents(controlIndex) != 0) {
+            line->processInput();
+        }
+    }
+}
+
+template <class Traits>
+void ProcessorGroupManagerTemplate<Traits>::release() {
+    groups.clear();
+    line.reset();
+    handler.reset();
+}
+
+template class ProcessorGroupManagerHandlerTemplate<SocketTraits<zmq::socket_t>>;
+template class ProcessorGroupManagerTemplate<SocketTraits<zmq::socket_t>>;
+
+}  // namespace zal

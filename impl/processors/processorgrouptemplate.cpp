@@ -1,0 +1,142 @@
+#include "zal/processorgrouptemplate.h"
+
+#include "zal/configtool.h"
+#include "zal/endpoints.h"
+#include "zal/pluginmanager.h"
+#include "zal/processorinfo.h"
+
+namespace zal {
+
+namespace {
+
+using Message = zalmsg::ControlMessage;
+using Type = zalmsg::ControlMessage::MessageType;
+
+// Names become parts of endpoints and of comma-joined lists, so blanks and commas are refused.
+bool isAllowedName(const QString& name) {
+    for (const QChar c : name) {
+        if (c.isSpace() || c == QLatin1Char(',')) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+template <class Traits>
+void ProcessorGroupHandlerTemplate<Traits>::dispatch(Message& message) {
+    switch (message.GetMessageType()) {
+        case Type::QueryProcessors: {
+            QStringList names;
+            for (const auto& entry : group.processors) {
+                names << QString::fromStdString(entry.first);
+            }
+            ConfigTool::setResultSuccess(message, names.join(QLatin1Char(',')));
+            break;
+        }
+        case Type::Create:
+            create(message);
+            break;
+        case Type::Delete: {
+            const QString name = message.GetProcessorName();
+            const auto found = group.processors.find(name.toStdString());
+            if (found == group.processors.end()) {
+                ConfigTool::setErrorMessage(
+                    message, QStringLiteral("A processor with the name '%1' does not exists.").arg(name));
+                break;
+            }
+            group.processors.erase(found);
+            ConfigTool::setResultSuccess(message);
+            break;
+        }
+        case Type::SetParameter:
+            // Accepted for every group; groups keep no parameters of their own yet.
+            (void)message.GetParameterName();
+            ConfigTool::setResultSuccess(message);
+            break;
+        default:
+            ConfigTool::setErrorMessage(message, QStringLiteral("Unknown message type"));
+    }
+}
+
+template <class Traits>
+void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
+    const QString name = message.GetProcessorName();
+    const QString type = message.GetProcessorType();
+    if (!isAllowedName(name)) {
+        ConfigTool::setErrorMessage(message, QStringLiteral("Processor name '%1' is not allowed.").arg(name));
+        return;
+    }
+    const std::string key = name.toStdString();
+    if (group.processors.count(key) != 0) {
+        ConfigTool::setErrorMessage(
+            message, QStringLiteral("A processor with the name '%1' already exists in group '%2'.")
+                         .arg(name, QString::fromStdString(group.name)));
+        return;
+    }
+    try {
+        const ProcessorInfo info(static_cast<const Message&>(message).GetProcessor(), type.toStdString(), key,
+                                 group.name, group.prefix);
+        ProcessorBase* processor = group.pluginManager->createProcessor(info);
+        if (processor == nullptr) {
+            ConfigTool::setErrorMessage(
+                message, QStringLiteral("Processor of type '%1' could not be created.").arg(type));
+            return;
+        }
+        group.processors.emplace(
+            key, std::make_shared<typename ProcessorGroupTemplate<Traits>::ProcessorThread>(processor));
+        ConfigTool::setResultSuccess(message);
+    } catch (const std::exception& e) {
+        ConfigTool::setErrorMessage(message,
+                                    QStringLiteral("Processor of type '%1' could not be created: '%2'.")
+                                        .arg(type, QString::fromUtf8(e.what())));
+    }
+}
+
+template <class Traits>
+ProcessorGroupTemplate<Traits>::ProcessorGroupTemplate(std::shared_ptr<PluginManager> pluginManager,
+                                                       const std::string& name, const std::string& prefix)
+    : name(name), prefix(prefix), pluginManager(std::move(pluginManager)) {}
+
+template <class Traits>
+ProcessorGroupTemplate<Traits>::~ProcessorGroupTemplate() {
+    release();
+}
+
+template <class Traits>
+bool ProcessorGroupTemplate<Traits>::initialize() {
+    addCreatorSocket();
+    nameService = std::make_unique<ZmqControllableThread<NameService>>(new NameService(name, prefix));
+    handler = std::make_unique<ProcessorGroupHandlerTemplate<Traits>>(*this);
+    line = std::make_unique<ControlLine>(Endpoints::getInternalRouterEndpoint(prefix),
+                                         Endpoints::getGroupEndpoint(name, prefix), *handler);
+    controlIndex = line->addTo(reader);
+    return true;
+}
+
+template <class Traits>
+void ProcessorGroupTemplate<Traits>::process() {
+    while (reader.waitForSockets()) {
+        if (!checkCreatorSocket()) {
+            return;
+        }
+        if (reader.getEvents(controlIndex) != 0) {
+            line->processInput();
+        }
+    }
+}
+
+// Processors go first, while the name service still answers their deregistrations.
+template <class Traits>
+void ProcessorGroupTemplate<Traits>::release() {
+    processors.clear();
+    nameService.reset();
+    line.reset();
+    handler.reset();
+}
+
+template class ProcessorGroupHandlerTemplate<SocketTraits<zmq::socket_t>>;
+template class ProcessorGroupTemplate<SocketTraits<zmq::socket_t>>;
+
+}  // namespace zal

@@ -1,0 +1,138 @@
+#include "zal/streamprocessor.h"
+
+#include "zal/configtool.h"
+#include "zal/context.h"
+#include "zal/controlmessagehelper.h"
+#include "zal/datastreaminitializer.h"
+#include "zal/processorerror.h"
+#include "zal/zmqhelper.h"
+
+namespace zal {
+
+StreamProcessor::StreamProcessor(const std::string& name, const std::string& group,
+                                 const std::string& streamName, const std::string& streamAddress,
+                                 const std::string& prefix)
+    : ProcessorBase(ControlMessageHelper::makeProcessorConfig(streamName, streamAddress), name, group,
+                    prefix) {
+    checkDataStreamConfig();
+}
+
+StreamProcessor::StreamProcessor(const zalmsg::Processor& processor, const std::string& name,
+                                 const std::string& group, const std::string& prefix)
+    : ProcessorBase(processor, name, group, prefix) {
+    checkDataStreamConfig();
+}
+
+StreamProcessor::~StreamProcessor() {
+    freeStreamSockets();
+}
+
+void StreamProcessor::checkDataStreamConfig() {
+    const auto& streams = static_cast<const zalmsg::Processor&>(processor).GetDataStream();
+    if (streams.isEmpty()) {
+        throw CreateProcessorError("No data stream configuration available");
+    }
+    if (streams.size() > 1) {
+        throw CreateProcessorError("Multiple data streams are not supported");
+    }
+    if (streams.front().GetAddress().isEmpty()) {
+        throw CreateProcessorError("No data stream address available");
+    }
+}
+
+std::string StreamProcessor::getDataStreamName() {
+    return static_cast<const zalmsg::Processor&>(processor).GetDataStream().front().GetName().toStdString();
+}
+
+bool StreamProcessor::initialize() {
+    if (!ProcessorBase::initialize()) {
+        return false;
+    }
+    auto& context = *Context::getZMQContext();
+    inputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::sub);
+    inputTemplate = std::make_unique<ZmqByteStreamInSocket>(*inputSocket);
+    inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(
+        inputTemplate.get(), this);
+    outputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::pub);
+    output = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
+    const std::string owner = getEndpointString();
+    DataStreamInitializer(owner, name, *getNameServiceClient())
+        .initialize(*outputSocket, processor.GetDataStream().front());
+    inputSocketIndex = reader.addSocket(*inputSocket, ZMQ_POLLIN);
+    return true;
+}
+
+void StreamProcessor::release() {
+    if (NameServiceClient* client = getNameServiceClient(); client != nullptr && outputSocket) {
+        client->deregisterStream(getDataStreamName());
+    }
+    freeStreamSockets();
+    ProcessorBase::release();
+}
+
+// reset() clears each owner before its object goes, so this may run twice.
+void StreamProcessor::freeStreamSockets() {
+    output.reset();
+    outputSocket.reset();
+    inputClient.reset();
+    inputTemplate.reset();
+    inputSocket.reset();
+}
+
+void StreamProcessor::checkDataEvents() {
+    if (!inputSocket || !SocketReader::isReadable(reader.getEvents(inputSocketIndex))) {
+        return;
+    }
+    int handled = 0;
+    do {
+        inputClient->processInput();
+    } while (++handled < maxMessagesPerWakeUp && (inputSocket->get(zmq::sockopt::events) & ZMQ_POLLIN) != 0);
+}
+
+bool StreamProcessor::connect(const QString&, const QString& streamAddress,
+                              const QVector<QString>& messageFilter) {
+    if (ConfigTool::addDataSource(processor, streamAddress)) {
+        ZmqHelper::connectSocket(*inputSocket, streamAddress.toStdString());
+    }
+    const QVector<QString> before = ConfigTool::getDataFilter(processor, streamAddress);
+    if (ConfigTool::addDataFilter(processor, streamAddress, messageFilter)) {
+        const QVector<QString> after = ConfigTool::getDataFilter(processor, streamAddress);
+        if (after.isEmpty()) {
+            inputSocket->set(zmq::sockopt::subscribe, "");
+        }
+        for (const QString& filter : after) {
+            if (!before.contains(filter)) {
+                inputSocket->set(zmq::sockopt::subscribe, filter.toStdString());
+            }
+        }
+    }
+    return true;
+}
+
+bool StreamProcessor::start(const QString&) {
+    active = true;
+    return true;
+}
+
+bool StreamProcessor::stop(const QString&) {
+    active = false;
+    return true;
+}
+
+bool StreamProcessor::setParameter(const QString&, const QString&) {
+    return false;
+}
+
+bool StreamProcessor::getParameter(const QString&, QString&) {
+    return false;
+}
+
+bool StreamProcessor::getParameterList(QStringList&) {
+    return false;
+}
+
+bool StreamProcessor::startNewRecording(QString&) {
+    return false;
+}
+
+}  // namespace zal

@@ -1,0 +1,38 @@
+// Starts the system's service threads inside the host process and stops them again, in order.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "zal/processorgroupmanagertemplate.h"
+#include "zal/router.h"
+#include "zal/zmqcontrollablethread.h"
+
+namespace zal {
+
+class PluginManager;
+
+// Construction starts the router (both of its endpoints bound) and then the group manager, each
+// start blocking until the service is initialised; it throws ThreadError or SocketError when a
+// service fails to start, after stopping what had started. Destruction stops the group manager
+// first (and with it every group and processor), then the router.
+class Environment {
+public:
+    // Processors come from a plug-in manager over the application directory and ZAL_PLUGIN_PATH.
+    explicit Environment(const std::string& frontendAddress);
+    Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress);
+    ~Environment();
+
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+    // Where clients connect; a wildcard TCP address comes back with its real port.
+    std::string getRouterFrontendAddress();
+
+private:
+    std::shared_ptr<std::string> frontendAddress;
+    ZmqControllableThread<Router> routerThread;
+    ZmqControllableThread<ProcessorGroupManager> groupManagerThread;
+};
+
+}  // namespace zal

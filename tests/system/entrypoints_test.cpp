@@ -1,0 +1,119 @@
+// libzal as a host sees it: dlopen, the two C entry points, Execute and Shutdown.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "support/frontendclient.h"
+#include "support/qtprinters.h"
+#include "support/tracecapture.h"
+#include "zal/applicationdirectory.h"
+#include "zal/constants.h"
+#include "zal/environment.h"
+#include "zal/environmentdll.h"
+#include "zal/idllinstance.h"
+
+using namespace zal;
+
+namespace {
+
+using Create = IDllInstance* (*)(const wchar_t*);
+using Destroy = void (*)(IDllInstance*);
+
+// The library as the host program finds it: by path, through the dynamic loader.
+struct LoadedLibrary {
+    void* handle = dlopen((applicationDirectory() + "/libzal.so").toLocal8Bit().constData(), RTLD_NOW);
+    Create create = handle ? reinterpret_cast<Create>(dlsym(handle, "QVCreate")) : nullptr;
+    Destroy destroy = handle ? reinterpret_cast<Destroy>(dlsym(handle, "QVDestroy")) : nullptr;
+    ~LoadedLibrary() {
+        if (handle != nullptr) {
+            dlclose(handle);
+        }
+    }
+};
+
+// Groups can be listed through the frontend: the environment behind it runs.
+void expectServing(const std::string& frontend) {
+    zaltest::FrontendClient client(frontend);
+    const auto reply =
+        client.request(internalAddressPrefixDefault, ControlMessageHelper::makeQueryProcessorGroupsMessage());
+    EXPECT_EQ(reply.GetResultType(), zalmsg::ControlMessage::ResultType::Success) << frontend;
+}
+
+struct EntryPoints : ::testing::Test {
+    void SetUp() override { qunsetenv("ZAL_CONFIG"); }
+    void TearDown() override { qunsetenv("ZAL_CONFIG"); }
+    LoadedLibrary library;
+    QTemporaryDir dir;
+};
+
+}  // namespace
+
+TEST_F(EntryPoints, ExecuteAndShutdownTwiceWithAndWithoutTheKey) {
+    ASSERT_NE(library.handle, nullptr) << dlerror();
+    ASSERT_NE(library.create, nullptr);
+    ASSERT_NE(library.destroy, nullptr);
+    library.destroy(nullptr);
+
+    IDllInstance* instance = library.create(L"zaltest-instance");
+    ASSERT_NE(instance, nullptr);
+    auto* environmentDll = dynamic_cast<EnvironmentDll*>(instance);
+    ASSERT_NE(environmentDll, nullptr);
+    EXPECT_EQ(environmentDll->getName(), "zaltest-instance");
+
+    // Without a configuration every key takes its default: the in-process frontend.
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_TRUE(instance->Execute(0, nullptr));
+        EXPECT_EQ(environmentDll->getEnvironment()->getRouterFrontendAddress(), routerFrontendAddressDefault);
+        expectServing(routerFrontendAddressDefault);
+        instance->Shutdown();
+        EXPECT_EQ(environmentDll->getEnvironment(), nullptr);
+    }
+
+    // With the key, the frontend is where it says; a second Execute replaces the first environment.
+    const QString path = dir.filePath("zal.ini");
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("EnvironmentAddress=tcp://127.0.0.1:*\n");
+    file.close();
+    qputenv("ZAL_CONFIG", path.toLocal8Bit());
+    ASSERT_TRUE(instance->Execute(0, nullptr));
+    const std::string first = environmentDll->getEnvironment()->getRouterFrontendAddress();
+    EXPECT_EQ(first.rfind("tcp://127.0.0.1:", 0), 0u) << first;
+    expectServing(first);
+    ASSERT_TRUE(instance->Execute(0, nullptr));
+    const std::string second = environmentDll->getEnvironment()->getRouterFrontendAddress();
+    expectServing(second);
+    instance->Shutdown();
+    instance->Shutdown();
+    library.destroy(instance);
+}
+
+TEST_F(EntryPoints, AMissingConfigurationStartsNothingAndIsTraced) {
+    zaltest::TraceCapture trace;
+    qputenv("ZAL_CONFIG", dir.filePath("absent.ini").toLocal8Bit());
+    IDllInstance* instance = library.create(L"zaltest-missing");
+    ASSERT_NE(instance, nullptr);
+    EXPECT_FALSE(instance->Execute(0, nullptr));
+    EXPECT_EQ(dynamic_cast<EnvironmentDll*>(instance)->getEnvironment(), nullptr);
+    EXPECT_EQ(trace.lines(), QStringList{"environmentdll:31 Invalid configuration of EnvironmentDll"});
+    instance->Shutdown();
+    library.destroy(instance);
+}
+
+TEST_F(EntryPoints, AFailedStartIsReportedAndLeavesNothingRunning) {
+    zaltest::TraceCapture trace;
+    Environment occupying("tcp://127.0.0.1:*");
+    IDllInstance* instance = library.create(L"zaltest-busy");
+    // The running environment holds the internal router endpoint, so this start must fail.
+    EXPECT_FALSE(instance->Execute(0, nullptr));
+    EXPECT_EQ(dynamic_cast<EnvironmentDll*>(instance)->getEnvironment(), nullptr);
+    ASSERT_FALSE(trace.lines().isEmpty());
+    EXPECT_TRUE(trace.lines().front().startsWith("zmqhelper:40 bindSocket() for "))
+        << trace.lines().front().toStdString();
+    EXPECT_TRUE(trace.lines().last().startsWith("environmentdll:")) << trace.lines().last().toStdString();
+    EXPECT_TRUE(trace.lines().last().contains("Caught unknown exception in EnvironmentDll::Execute"));
+    library.destroy(instance);
+    expectServing(occupying.getRouterFrontendAddress());
+}
