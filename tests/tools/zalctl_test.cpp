@@ -6,6 +6,7 @@
 #include <chrono>
 #include <future>
 
+#include "support/program.h"
 #include "support/qtprinters.h"
 #include "support/sockets.h"
 #include "zal/applicationdirectory.h"
@@ -18,29 +19,11 @@ using Message = zalmsg::ControlMessage;
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    QString out;
-    QString err;
-};
+using zaltest::Outcome;
 
-// Runs zalctl with the arguments and an optional environment; fails the test if it hangs.
 Outcome zalctl(const QStringList& arguments,
                const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(zal::applicationDirectory() + "/zalctl", arguments);
-    Outcome outcome;
-    if (!process.waitForFinished(30000)) {
-        ADD_FAILURE() << "zalctl did not finish: " << arguments.join(' ').toStdString();
-        process.kill();
-        process.waitForFinished(5000);
-        return outcome;
-    }
-    outcome.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    outcome.out = QString::fromLocal8Bit(process.readAllStandardOutput());
-    outcome.err = QString::fromLocal8Bit(process.readAllStandardError());
-    return outcome;
+    return zaltest::runProgram("zalctl", arguments, environment);
 }
 
 class Zalctl : public ::testing::Test {

@@ -1,0 +1,98 @@
+// Runs the project's programs as a user would: by path, with arguments and environment, bounded in time.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QDeadlineTimer>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+#include <QString>
+#include <QStringList>
+#include <algorithm>
+
+#include "zal/applicationdirectory.h"
+
+namespace zaltest {
+
+struct Outcome {
+    int status = -1;  // -1: crashed or killed
+    QString out;
+    QString err;
+};
+
+// Runs build/bin/<program> to its end; fails the calling test if it takes longer than timeoutMs.
+inline Outcome runProgram(const QString& program, const QStringList& arguments,
+                          const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment(),
+                          int timeoutMs = 30000) {
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(zal::applicationDirectory() + "/" + program, arguments);
+    Outcome outcome;
+    if (!process.waitForFinished(timeoutMs)) {
+        ADD_FAILURE() << program.toStdString() << " did not finish: " << arguments.join(' ').toStdString();
+        process.kill();
+        process.waitForFinished(5000);
+        return outcome;
+    }
+    outcome.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    outcome.out = QString::fromLocal8Bit(process.readAllStandardOutput());
+    outcome.err = QString::fromLocal8Bit(process.readAllStandardError());
+    return outcome;
+}
+
+// A long-running program: started, read line by line, stopped with a signal.
+class RunningProgram {
+public:
+    RunningProgram(const QString& program, const QStringList& arguments) {
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(zal::applicationDirectory() + "/" + program, arguments);
+    }
+    ~RunningProgram() {
+        if (process.state() != QProcess::NotRunning) {
+            process.kill();
+            process.waitForFinished(5000);
+        }
+    }
+
+    // Reads output until `text` appears after whatever an earlier call found, and returns the
+    // line (up to a newline or carriage return) around it; a null string after timeoutMs.
+    // Progress lines that end in a carriage return count as lines.
+    QString awaitLine(const QString& text, int timeoutMs = 20000) {
+        QDeadlineTimer deadline(timeoutMs);
+        for (;;) {
+            seen += QString::fromLocal8Bit(process.readAll());
+            const qsizetype found = seen.indexOf(text, searchFrom);
+            if (found >= 0) {
+                searchFrom = found + text.size();
+                const qsizetype begin =
+                    std::max(seen.lastIndexOf('\n', found), seen.lastIndexOf('\r', found)) + 1;
+                qsizetype end = seen.indexOf(QRegularExpression("[\r\n]"), found);
+                return seen.mid(begin, (end < 0 ? seen.size() : end) - begin).trimmed();
+            }
+            if (deadline.hasExpired() ||
+                !process.waitForReadyRead(static_cast<int>(deadline.remainingTime()))) {
+                return QString();
+            }
+        }
+    }
+
+    // Sends SIGTERM and returns the exit status, -1 when it crashed or did not end in time.
+    int terminate(int timeoutMs = 30000) {
+        process.terminate();
+        if (!process.waitForFinished(timeoutMs)) {
+            return -1;
+        }
+        seen += QString::fromLocal8Bit(process.readAll());
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    const QString& output() const { return seen; }
+
+private:
+    QProcess process;
+    QString seen;
+    qsizetype searchFrom = 0;
+};
+
+}  // namespace zaltest

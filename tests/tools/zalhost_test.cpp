@@ -1,0 +1,109 @@
+// zal-host as a user runs it: a temporary configuration, a pipeline, zalctl against it, signals.
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "support/program.h"
+#include "support/qtprinters.h"
+
+using zaltest::RunningProgram;
+using zaltest::runProgram;
+
+namespace {
+
+class ZalHost : public ::testing::Test {
+protected:
+    QString write(const QString& name, const QByteArray& content) {
+        const QString path = dir.filePath(name);
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return path;
+    }
+    QTemporaryDir dir;
+};
+
+// The frontend a started host announces, or a null string.
+QString frontendOf(RunningProgram& host) {
+    const QString line = host.awaitLine("frontend listening at ");
+    return line.isNull() ? line : line.section(' ', -1);
+}
+
+}  // namespace
+
+TEST_F(ZalHost, RunsAPipelineServesZalctlAndStopsCleanlyOnSigterm) {
+    const QString config = write("host.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n");
+    const QString pipeline = write("flow.pipeline",
+                                   "# a source feeding a sink, watched\n"
+                                   "create-group g\n"
+                                   "create g src streamplugin.Source --stream data=tcp://127.0.0.1:*\n"
+                                   "\n"
+                                   "create g sink streamplugin.Sink --stream sunk=inproc://sunk\n"
+                                   "connect g sink data\n"
+                                   "set g src interval 1\n"
+                                   "watch g sink count\n");
+    RunningProgram host("zal-host", {"--config", config, "--pipeline", pipeline});
+    const QString frontend = frontendOf(host);
+    ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
+
+    const auto groups = runProgram("zalctl", {"-e", frontend, "groups"});
+    EXPECT_EQ(groups.status, 0) << groups.err.toStdString();
+    EXPECT_TRUE(groups.out.contains("g")) << groups.out.toStdString();
+    const auto processors = runProgram("zalctl", {"-e", frontend, "processors", "g"});
+    EXPECT_TRUE(processors.out.contains("sink") && processors.out.contains("src"))
+        << processors.out.toStdString();
+
+    // Data flows: the watch line shows a count above zero before the signal arrives.
+    EXPECT_FALSE(host.awaitLine("count=", 20000).isNull());
+    EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+    EXPECT_TRUE(host.output().contains("summary g/sink: count=")) << host.output().toStdString();
+    EXPECT_TRUE(host.output().contains("zal-host: stopped"));
+}
+
+TEST_F(ZalHost, ReportsBadStartsWithTheirPlaceAndStatus) {
+    const QString pipeline = write("broken.pipeline",
+                                   "create-group g\n"
+                                   "# the next line is line 4\n"
+                                   "\n"
+                                   "create g x NoSuchType\n"
+                                   "create-group never-reached\n");
+    auto outcome = runProgram("zal-host", {"--pipeline", pipeline});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(pipeline + ":4: ")) << outcome.err.toStdString();
+    EXPECT_TRUE(outcome.err.contains("Processor of type 'NoSuchType' could not be created."))
+        << outcome.err.toStdString();
+    EXPECT_FALSE(outcome.out.contains("never-reached"));
+
+    outcome = runProgram("zal-host", {"--pipeline", write("usage.pipeline", "create-group\n")});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(":1: ")) << outcome.err.toStdString();
+
+    outcome = runProgram("zal-host", {"--config", dir.filePath("missing.ini")});
+    EXPECT_EQ(outcome.status, 66);
+    EXPECT_TRUE(outcome.err.contains("missing.ini")) << outcome.err.toStdString();
+
+    EXPECT_EQ(runProgram("zal-host", {"--bogus"}).status, 64);
+    EXPECT_EQ(runProgram("zal-host", {"--duration", "-1"}).status, 64);
+    EXPECT_EQ(runProgram("zal-host", {"--pipeline", dir.filePath("absent.pipeline")}).status, 2);
+
+    outcome = runProgram("zal-host", {"--help"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(outcome.out.contains("--pipeline") && outcome.out.contains("Exit status"))
+        << outcome.out.toStdString();
+
+    // A configuration whose frontend cannot be bound: the start fails and says so.
+    const QString bad = write("bad.ini", "EnvironmentAddress=nonsense://x\n");
+    outcome = runProgram("zal-host", {"--config", bad, "--duration", "1"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.err.contains("did not start")) << outcome.err.toStdString();
+}
+
+TEST_F(ZalHost, DurationEndsTheRunWithASummary) {
+    const QString pipeline =
+        write("short.pipeline", "create-group g\ncreate g b QtBridge\nwatch g b nothing\n");
+    const auto outcome = runProgram("zal-host", {"--pipeline", pipeline, "--duration", "1.5"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    // A parameter the bridge cannot give shows as "?" instead of stopping the host.
+    EXPECT_TRUE(outcome.out.contains("summary g/b: nothing=?")) << outcome.out.toStdString();
+}

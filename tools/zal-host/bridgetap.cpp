@@ -1,0 +1,38 @@
+#include "bridgetap.h"
+
+#include "zal/qtbridge.h"
+#include "zal/qtrepository.h"
+
+BridgeTap::BridgeTap(const QString& name, QTextStream& out, int linesPerSecond, QObject* parent)
+    : QObject(parent), name(name), out(out), linesPerSecond(linesPerSecond) {
+    second.start();
+}
+
+bool BridgeTap::attach(const QString& endpoint) {
+    QObject* object = zal::QtRepository::getQObject(endpoint);
+    auto* bridge = qobject_cast<zal::QtBridge*>(object);
+    if (bridge == nullptr) {
+        return false;
+    }
+    return connect(bridge, &zal::QtBridge::si_message, this, &BridgeTap::onMessage, Qt::QueuedConnection);
+}
+
+void BridgeTap::onMessage(QByteArray type, QByteArray data) {
+    ++count;
+    if (second.elapsed() >= 1000) {
+        if (suppressed > 0) {
+            out << "tap " << name << ": (" << suppressed << " more)\n";
+        }
+        second.restart();
+        printedThisSecond = 0;
+        suppressed = 0;
+    }
+    if (printedThisSecond >= linesPerSecond) {
+        ++suppressed;
+        return;
+    }
+    ++printedThisSecond;
+    out << "tap " << name << ": topic=" << QString::fromUtf8(type) << " size=" << data.size()
+        << " data=" << data.left(16).toHex(' ') << (data.size() > 16 ? " ..." : "") << '\n';
+    out.flush();
+}

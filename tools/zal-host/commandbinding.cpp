@@ -1,0 +1,20 @@
+#include "commandbinding.h"
+
+#include "zal/constants.h"
+#include "zaltools/commandrunner.h"
+#include "zaltools/linesplitter.h"
+
+bool splitPipelineLine(const QString& line, QStringList& words, QString& error) {
+    return zaltools::LineSplitter::split(line, words, error);
+}
+
+PipelineRunner::Executor makeCommandExecutor(const std::string& frontend) {
+    auto runner = std::make_shared<zaltools::CommandRunner>(frontend, zal::socketDefaultTimeout);
+    return [runner](const QStringList& words) {
+        const zaltools::CommandResult result = runner->execute(words);
+        // A warning is reported and the pipeline goes on; errors, time-outs and usage stop it.
+        const bool fatal =
+            result.status != zaltools::ExitStatus::Success && result.status != zaltools::ExitStatus::Warning;
+        return CommandOutcome{fatal ? static_cast<int>(result.status) : 0, result.text};
+    };
+}

@@ -1,0 +1,166 @@
+// zal-host: loads libzal, starts it through its C entry points and runs until told to stop.
+#include <dlfcn.h>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QTextStream>
+#include <QTimer>
+#include <cstdio>
+#include <memory>
+
+#include "commandbinding.h"
+#include "pipelinerunner.h"
+#include "signalwatcher.h"
+#include "zal/context.h"
+#include "zal/environment.h"
+#include "zal/environmentdll.h"
+#include "zal/idllinstance.h"
+
+namespace {
+
+// Exit statuses, as documented by --help.
+enum ExitStatus { Ok = 0, StartFailed = 1, PipelineFailed = 2, Usage = 64, NoConfiguration = 66 };
+
+const char* const statusHelp =
+    "Exit status: 0 stopped cleanly (SIGINT, SIGTERM or --duration), 1 the library or its\n"
+    "environment did not start, 2 a pipeline line failed, 64 bad options, 66 configuration file\n"
+    "missing or unreadable.\n";
+
+struct Library {
+    using Create = IDllInstance* (*)(const wchar_t*);
+    using Destroy = void (*)(IDllInstance*);
+    void* handle = nullptr;
+    Create create = nullptr;
+    Destroy destroy = nullptr;
+
+    // Beside the program (build tree), then the installed layout, then the loader's search path.
+    bool load(QString& error) {
+        const QString dir = QCoreApplication::applicationDirPath();
+        for (const QString& path :
+             {dir + "/libzal.so", dir + "/../lib/libzal.so", QStringLiteral("libzal.so")}) {
+            handle = dlopen(path.toLocal8Bit().constData(), RTLD_NOW);
+            if (handle != nullptr) {
+                break;
+            }
+            error = QString::fromLocal8Bit(dlerror());
+        }
+        if (handle == nullptr) {
+            return false;
+        }
+        create = reinterpret_cast<Create>(dlsym(handle, "QVCreate"));
+        destroy = reinterpret_cast<Destroy>(dlsym(handle, "QVDestroy"));
+        if (create == nullptr || destroy == nullptr) {
+            error = QStringLiteral("libzal.so has no QVCreate/QVDestroy");
+            return false;
+        }
+        return true;
+    }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("zal-host"));
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Runs the zal middleware in this process until SIGINT, SIGTERM or --duration.\n"
+                       "The frontend address is the key EnvironmentAddress of the configuration (default: "
+                       "in-process only).\n\n") +
+        QString::fromLatin1(statusHelp));
+    parser.addHelpOption();
+    const QCommandLineOption config(QStringLiteral("config"),
+                                    QStringLiteral("INI configuration file (sets ZAL_CONFIG)."),
+                                    QStringLiteral("FILE"));
+    const QCommandLineOption pipeline(
+        QStringLiteral("pipeline"),
+        QStringLiteral("Control commands to run in order at start, one per line."), QStringLiteral("FILE"));
+    const QCommandLineOption duration(QStringLiteral("duration"),
+                                      QStringLiteral("Stop after this many seconds."),
+                                      QStringLiteral("SECONDS"));
+    parser.addOptions({config, pipeline, duration});
+    if (!parser.parse(QCoreApplication::arguments())) {
+        err << "zal-host: " << parser.errorText() << "\n";
+        return Usage;
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        out << parser.helpText();
+        return Ok;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        err << "zal-host: unexpected argument '" << parser.positionalArguments().front() << "'\n";
+        return Usage;
+    }
+    double seconds = 0;
+    if (parser.isSet(duration)) {
+        bool ok = false;
+        seconds = parser.value(duration).toDouble(&ok);
+        if (!ok || seconds <= 0) {
+            err << "zal-host: --duration wants a positive number of seconds, not '" << parser.value(duration)
+                << "'\n";
+            return Usage;
+        }
+    }
+    if (parser.isSet(config)) {
+        const QFileInfo file(parser.value(config));
+        if (!file.isFile() || !file.isReadable()) {
+            err << "zal-host: cannot read configuration file '" << parser.value(config) << "'\n";
+            return NoConfiguration;
+        }
+        qputenv("ZAL_CONFIG", file.absoluteFilePath().toLocal8Bit());
+    }
+
+    Library library;
+    QString loadError;
+    if (!library.load(loadError)) {
+        err << "zal-host: cannot load libzal.so: " << loadError << "\n";
+        return StartFailed;
+    }
+    IDllInstance* instance = library.create(L"zal-host");
+    if (instance == nullptr || !instance->Execute(argc, argv)) {
+        err << "zal-host: the environment did not start (ZAL_TRACE_MASK=0x20 shows why)\n";
+        library.destroy(instance);
+        return StartFailed;
+    }
+    auto* environmentDll = dynamic_cast<zal::EnvironmentDll*>(instance);
+    const std::string frontend = environmentDll != nullptr
+                                     ? environmentDll->getEnvironment()->getRouterFrontendAddress()
+                                     : std::string();
+    out << "zal-host: frontend listening at " << QString::fromStdString(frontend) << "\n";
+    out.flush();
+
+    int status = Ok;
+    // The runner's sockets must be closed before the context goes, or terminating it waits forever.
+    auto runner =
+        std::make_unique<PipelineRunner>(frontend, splitPipelineLine, makeCommandExecutor(frontend), out);
+    if (parser.isSet(pipeline)) {
+        QString error;
+        if (!runner->run(parser.value(pipeline), error)) {
+            err << "zal-host: " << error << "\n";
+            status = PipelineFailed;
+        }
+    }
+    if (status == Ok) {
+        SignalWatcher signalWatcher;
+        QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
+            out << "\nzal-host: signal " << number << ", stopping\n";
+            QCoreApplication::quit();
+        });
+        if (seconds > 0) {
+            QTimer::singleShot(static_cast<int>(seconds * 1000), &app, &QCoreApplication::quit);
+        }
+        app.exec();
+        runner->printSummaries();
+    }
+
+    runner.reset();
+    instance->Shutdown();
+    library.destroy(instance);
+    zal::Context::Instance().aboutToTerminate();
+    out << "zal-host: stopped\n";
+    return status;
+}
