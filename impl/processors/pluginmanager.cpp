@@ -16,7 +16,7 @@ namespace {
 
 const char* const pluginPathVariable = "ZAL_PLUGIN_PATH";
 
-// The application directory first, as the design has it; the extra places only widen the search.
+// The application directory always comes first; the extra places only widen the search.
 QStringList candidatePaths(const QString& fileName, const QStringList& extraDirectories) {
     QStringList directories{applicationDirectory()};
     directories += extraDirectories;
@@ -97,7 +97,7 @@ Plugin* PluginManager::findPlugin(QString name) const {
 }
 
 // The first existing file wins; when there is none, the application directory's path is tried
-// so that the loader's error names the place the design looks in. The loader object goes out of
+// so that the loader's error names the place looked in first. The loader object goes out of
 // scope, but the library stays loaded and keeps owning its root object.
 Plugin* PluginManager::loadPlugin(const QString& name) const {
     std::lock_guard<std::recursive_mutex> lock(mutex);
