@@ -12,7 +12,7 @@
 class BridgeTap : public QObject {
     Q_OBJECT
 public:
-    BridgeTap(const QString& name, QTextStream& out, int linesPerSecond = 5, QObject* parent = nullptr);
+    BridgeTap(const QString& name, QTextStream& out, int linesPerSecond = 2, QObject* parent = nullptr);
 
     // Connects to the bridge registered under `endpoint`; false when none is registered.
     bool attach(const QString& endpoint);
