@@ -53,6 +53,7 @@ protected:
         delete service;
         service = nullptr;
         controller.threadFinished();
+        controller.markExited();
     }
 
     T* service;

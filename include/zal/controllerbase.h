@@ -29,13 +29,13 @@ public:
         lock.unlock();
         if (failed) {
             // Joined first: the thread may still add lines (a failing release()) after the first.
-            thread->wait(ULONG_MAX);
+            join();
             throw ThreadError("Thread failed: " + getErrorText());
         }
     }
 
     // Joins without a time limit: the end of a thread is always asked for, never forced.
-    virtual void stop() { thread->wait(ULONG_MAX); }
+    virtual void stop() { join(); }
 
     // Runs in the new thread before initialize().
     virtual void setupThread(T*) {}
@@ -63,6 +63,15 @@ public:
         condition.notify_one();
     }
 
+    // The controlled thread's very last step. QThread::wait() joins through locks that race
+    // detectors cannot see; waiting for this flag under our own mutex as well makes everything
+    // the thread did visibly happen before whatever the joiner does next.
+    void markExited() {
+        std::lock_guard<std::mutex> lock(mutex);
+        exited = true;
+        condition.notify_all();
+    }
+
     ThreadState getState() const {
         std::lock_guard<std::mutex> lock(mutex);
         return state;
@@ -76,6 +85,12 @@ public:
 protected:
     ~ControllerBase() = default;
 
+    void join() {
+        thread->wait(ULONG_MAX);
+        std::unique_lock<std::mutex> lock(mutex);
+        condition.wait(lock, [this] { return exited || state == NotStarted; });
+    }
+
     QThread* thread;
     mutable std::mutex mutex;
     // Guarded by mutex.
@@ -83,6 +98,8 @@ protected:
     std::condition_variable condition;
     // Guarded by mutex; one failure per line.
     std::string errorText;
+    // Guarded by mutex; set by markExited().
+    bool exited = false;
 };
 
 }  // namespace zal
