@@ -67,30 +67,16 @@ ProcessorGroupManagerTemplate<Traits>::~ProcessorGroupManagerTemplate() {
 
 template <class Traits>
 bool ProcessorGroupManagerTemplate<Traits>::initialize() {
-    addCreatorSocket();
     handler = std::make_unique<ProcessorGroupManagerHandlerTemplate<Traits>>(*this);
-    line = std::make_unique<ControlLine>(Endpoints::getInternalRouterEndpoint(endpoint),
-                                         Endpoints::getGroupManagerEndpoint(endpoint), *handler);
-    controlIndex = line->addTo(reader);
+    openLine(Endpoints::getInternalRouterEndpoint(endpoint), Endpoints::getGroupManagerEndpoint(endpoint),
+             *handler);
     return true;
-}
-
-template <class Traits>
-void ProcessorGroupManagerTemplate<Traits>::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
-        if (reader.getEvents(controlIndex) != 0) {
-            line->processInput();
-        }
-    }
 }
 
 template <class Traits>
 void ProcessorGroupManagerTemplate<Traits>::release() {
     groups.clear();
-    line.reset();
+    closeLine();
     handler.reset();
 }
 

@@ -106,25 +106,11 @@ ProcessorGroupTemplate<Traits>::~ProcessorGroupTemplate() {
 
 template <class Traits>
 bool ProcessorGroupTemplate<Traits>::initialize() {
-    addCreatorSocket();
     nameService = std::make_unique<ZmqControllableThread<NameService>>(new NameService(name, prefix));
     handler = std::make_unique<ProcessorGroupHandlerTemplate<Traits>>(*this);
-    line = std::make_unique<ControlLine>(Endpoints::getInternalRouterEndpoint(prefix),
-                                         Endpoints::getGroupEndpoint(name, prefix), *handler);
-    controlIndex = line->addTo(reader);
+    openLine(Endpoints::getInternalRouterEndpoint(prefix), Endpoints::getGroupEndpoint(name, prefix),
+             *handler);
     return true;
-}
-
-template <class Traits>
-void ProcessorGroupTemplate<Traits>::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
-        if (reader.getEvents(controlIndex) != 0) {
-            line->processInput();
-        }
-    }
 }
 
 // Processors go first, while the name service still answers their deregistrations.
@@ -132,7 +118,7 @@ template <class Traits>
 void ProcessorGroupTemplate<Traits>::release() {
     processors.clear();
     nameService.reset();
-    line.reset();
+    closeLine();
     handler.reset();
 }
 

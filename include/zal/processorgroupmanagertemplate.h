@@ -6,10 +6,9 @@
 #include <string>
 #include <zmq.hpp>
 
-#include "zal/controlline.h"
+#include "zal/controllineservice.h"
 #include "zal/controlrequesthandler.h"
 #include "zal/processorgrouptemplate.h"
-#include "zal/zmqcontrollable.h"
 #include "zal/zmqcontrollablethread.h"
 
 namespace zal {
@@ -37,7 +36,7 @@ private:
 // Reached through the router at its endpoint, which is the bare address prefix; the groups it
 // creates use that prefix too.
 template <class Traits>
-class ProcessorGroupManagerTemplate : public ZmqControllable {
+class ProcessorGroupManagerTemplate : public ControlLineService {
 public:
     using GroupThread = ZmqControllableThread<ProcessorGroupTemplate<Traits>>;
 
@@ -45,7 +44,6 @@ public:
     ~ProcessorGroupManagerTemplate() override;
 
     bool initialize() override;
-    void process() override;
     void release() override;
 
 private:
@@ -56,8 +54,6 @@ private:
     // Ordered by name as bytes; destroying an entry stops the group, its processors first.
     std::map<std::string, std::shared_ptr<GroupThread>> groups;
     std::unique_ptr<ProcessorGroupManagerHandlerTemplate<Traits>> handler;
-    std::unique_ptr<ControlLine> line;
-    int controlIndex = -1;
 };
 
 extern template class ProcessorGroupManagerHandlerTemplate<SocketTraits<zmq::socket_t>>;

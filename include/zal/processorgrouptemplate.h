@@ -6,11 +6,10 @@
 #include <string>
 #include <zmq.hpp>
 
-#include "zal/controlline.h"
+#include "zal/controllineservice.h"
 #include "zal/controlrequesthandler.h"
 #include "zal/nameservice.h"
 #include "zal/processorbase.h"
-#include "zal/zmqcontrollable.h"
 #include "zal/zmqcontrollablethread.h"
 
 namespace zal {
@@ -40,7 +39,7 @@ private:
 // anything else and stops it after every processor, so that processors can deregister their
 // streams on the way out.
 template <class Traits>
-class ProcessorGroupTemplate : public ZmqControllable {
+class ProcessorGroupTemplate : public ControlLineService {
 public:
     using ProcessorThread = ZmqControllableThread<ProcessorBase>;
 
@@ -49,7 +48,6 @@ public:
     ~ProcessorGroupTemplate() override;
 
     bool initialize() override;
-    void process() override;
     void release() override;
 
     std::string getName() const { return name; }
@@ -64,8 +62,6 @@ private:
     // Ordered by name as bytes; destroying an entry stops and joins that processor's thread.
     std::map<std::string, std::shared_ptr<ProcessorThread>> processors;
     std::unique_ptr<ProcessorGroupHandlerTemplate<Traits>> handler;
-    std::unique_ptr<ControlLine> line;
-    int controlIndex = -1;
 };
 
 extern template class ProcessorGroupHandlerTemplate<SocketTraits<zmq::socket_t>>;

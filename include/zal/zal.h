@@ -49,6 +49,7 @@
 
 // Services
 #include "zal/controlline.h"
+#include "zal/controllineservice.h"
 #include "zal/controlrequesthandler.h"
 #include "zal/datastreaminitializer.h"
 #include "zal/nameservice.h"

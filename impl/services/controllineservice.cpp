@@ -1,0 +1,24 @@
+#include "zal/controllineservice.h"
+
+namespace zal {
+
+void ControlLineService::openLine(const std::string& routerEndpoint, const std::string& identity,
+                                  ControlMessageHandler& handler) {
+    reader.clear();
+    addCreatorSocket();
+    line = std::make_unique<ControlLine>(routerEndpoint, identity, handler);
+    lineIndex = line->addTo(reader);
+}
+
+void ControlLineService::process() {
+    while (reader.waitForSockets()) {
+        if (!checkCreatorSocket()) {
+            return;
+        }
+        if (reader.getEvents(lineIndex) != 0) {
+            line->processInput();
+        }
+    }
+}
+
+}  // namespace zal
