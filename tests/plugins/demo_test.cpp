@@ -88,14 +88,10 @@ protected:
         return client.request(destination, request, 10000);
     }
     void expectSuccess(const std::string& destination, const Message& request) {
-        const Message reply = ask(destination, request);
-        EXPECT_EQ(reply.GetResultType(), Result::Success)
-            << request.GetMessageTypeAsString().toStdString() << ": " << reply.GetMessageText().toStdString();
+        client.succeed(destination, request);
     }
     QString error(const std::string& destination, const Message& request) {
-        const Message reply = ask(destination, request);
-        EXPECT_EQ(reply.GetResultType(), Result::Error);
-        return reply.GetMessageText();
+        return client.refusal(destination, request);
     }
     // Creates a processor of a demo type publishing on an inproc stream named after it.
     void create(const std::string& type, const std::string& name) {

@@ -36,6 +36,24 @@ public:
         return zal::ControlMessageHelper::fromPayload(frames[2]);
     }
 
+    // A request that must succeed; the reply, for its values.
+    zalmsg::ControlMessage succeed(const std::string& destination, const zalmsg::ControlMessage& message,
+                                   long timeoutMs = 10000) {
+        zalmsg::ControlMessage reply = request(destination, message, timeoutMs);
+        EXPECT_EQ(reply.GetResultType(), zalmsg::ControlMessage::ResultType::Success)
+            << message.GetMessageTypeAsString().toStdString() << ": " << reply.GetMessageText().toStdString();
+        return reply;
+    }
+
+    // A request that must be refused; the refusal's text.
+    QString refusal(const std::string& destination, const zalmsg::ControlMessage& message,
+                    long timeoutMs = 10000) {
+        const zalmsg::ControlMessage reply = request(destination, message, timeoutMs);
+        EXPECT_EQ(reply.GetResultType(), zalmsg::ControlMessage::ResultType::Error)
+            << message.GetMessageTypeAsString().toStdString();
+        return reply.GetMessageText();
+    }
+
     zmq::socket_t& raw() { return socket; }
 
 private:

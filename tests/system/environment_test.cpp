@@ -29,14 +29,10 @@ protected:
         return client.request(destination, request, 10000);
     }
     void expectSuccess(const std::string& destination, const Message& request) {
-        const Message reply = ask(destination, request);
-        EXPECT_EQ(reply.GetResultType(), Result::Success)
-            << request.GetMessageTypeAsString().toStdString() << ": " << reply.GetMessageText().toStdString();
+        client.succeed(destination, request);
     }
     QString error(const std::string& destination, const Message& request) {
-        const Message reply = ask(destination, request);
-        EXPECT_EQ(reply.GetResultType(), Result::Error);
-        return reply.GetMessageText();
+        return client.refusal(destination, request);
     }
     QString parameter(const std::string& processor, const std::string& name) {
         return ask(processor, ControlMessageHelper::makeGetParameterMessage(name)).GetParameter();
