@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include "recordingreader.h"
 #include "support/program.h"
 #include "support/qtprinters.h"
 
@@ -23,6 +24,19 @@ protected:
     }
     QTemporaryDir dir;
 };
+
+// Topic and data of every message of a recording, in order.
+QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path) {
+    QList<QPair<QByteArray, QByteArray>> messages;
+    demo::RecordingReader reader;
+    EXPECT_TRUE(reader.open(path)) << path.toStdString();
+    demo::RecordedMessage message;
+    while (reader.next(message)) {
+        messages.append({message.topic, message.data});
+    }
+    EXPECT_FALSE(reader.damaged()) << path.toStdString();
+    return messages;
+}
 
 // The frontend a started host announces, or a null string.
 QString frontendOf(RunningProgram& host) {
@@ -106,4 +120,44 @@ TEST_F(ZalHost, DurationEndsTheRunWithASummary) {
     EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
     // A parameter the bridge cannot give shows as "?" instead of stopping the host.
     EXPECT_TRUE(outcome.out.contains("summary g/b: nothing=?")) << outcome.out.toStdString();
+}
+
+TEST_F(ZalHost, ReplaysARecordingAsItWasGenerated) {
+    const QByteArray directory = dir.path().toUtf8();
+    const QString record = write("record.pipeline",
+                                 "create-group g\n"
+                                 "create g gen demo.Generator --stream numbers=inproc://numbers\n"
+                                 "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
+                                 "set g rec directory \"" +
+                                     directory +
+                                     "\"\n"
+                                     "connect g rec numbers\n"
+                                     "set g gen topic t\n"
+                                     "set g gen size 40\n"
+                                     "set g gen rate 200\n"
+                                     "record g rec first.zrec\n");
+    auto outcome = runProgram("zal-host", {"--pipeline", record, "--duration", "2"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    const auto generated = messagesOf(dir.filePath("first.zrec"));
+    ASSERT_GT(generated.size(), 50);
+
+    const QString replay = write("replay.pipeline",
+                                 "create-group g\n"
+                                 "create g player demo.Player --stream replayed=inproc://replayed\n"
+                                 "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
+                                 "set g rec directory \"" +
+                                     directory +
+                                     "\"\n"
+                                     "set g player file \"" +
+                                     dir.filePath("first.zrec").toUtf8() +
+                                     "\"\n"
+                                     "set g player speed full\n"
+                                     "connect g rec replayed\n"
+                                     "record g rec second.zrec\n"
+                                     "start g player replayed\n"
+                                     "watch g player done\n");
+    outcome = runProgram("zal-host", {"--pipeline", replay, "--duration", "2"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_TRUE(outcome.out.contains("summary g/player: done=true")) << outcome.out.toStdString();
+    EXPECT_EQ(messagesOf(dir.filePath("second.zrec")), generated);
 }
