@@ -22,7 +22,8 @@ cmake -S . -B "$build" -G Ninja -DZAL_SANITIZE="$sanitize" \
 cmake --build "$build" -j2
 
 if [ "$sanitize" = thread ]; then
-  export TSAN_OPTIONS="suppressions=$PWD/tests/support/tsan.supp halt_on_error=1 second_deadlock_stack=1"
+  # die_after_fork=0: tests fork to exec the real programs, which TSan would otherwise refuse.
+  export TSAN_OPTIONS="suppressions=$PWD/tests/support/tsan.supp halt_on_error=1 second_deadlock_stack=1 die_after_fork=0"
 elif [ "$sanitize" = address ]; then
   export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
   export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
