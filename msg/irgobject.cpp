@@ -8,9 +8,11 @@
 #include <QSaveFile>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include "xmltextwriter.h"
 
 namespace REPORTGENERATOR {
 
@@ -887,6 +889,12 @@ void IRGObject::ReadElement(QDataStream& stream, int index, qint64 length) {
 // ---- XML form ----
 
 bool IRGObject::GetXml(QXmlStreamWriter& writer) const {
+    return WriteXmlTo(writer);
+}
+
+// One walk for both writers: Qt's, and the direct one the wire form uses.
+template <class Writer>
+bool IRGObject::WriteXmlTo(Writer& writer) const {
     if (!ReadyToWrite()) {
         return false;
     }
@@ -899,11 +907,12 @@ bool IRGObject::GetXml(QXmlStreamWriter& writer) const {
     return true;
 }
 
-void IRGObject::WriteXmlElement(QXmlStreamWriter& writer, int index, RGObjectData* block) const {
+template <class Writer>
+void IRGObject::WriteXmlElement(Writer& writer, int index, RGObjectData* block) const {
     const PropertyInfo& p = GetClassInfo().properties[index];
     const bool set = block->set.testBit(index);
     void* value = block->Field(index, FieldRole::Value);
-    const QString name = QLatin1String(p.element);
+    const QLatin1String name(p.element);
     switch (p.kind) {
         case PropertyKind::String:
             if (set || p.key) {
@@ -923,7 +932,7 @@ void IRGObject::WriteXmlElement(QXmlStreamWriter& writer, int index, RGObjectDat
             break;
         case PropertyKind::Object:
             if (set) {
-                p.ops->object(value).GetXml(writer);
+                p.ops->object(value).WriteXmlTo(writer);
             }
             break;
         case PropertyKind::StringList:
@@ -933,7 +942,7 @@ void IRGObject::WriteXmlElement(QXmlStreamWriter& writer, int index, RGObjectDat
             break;
         case PropertyKind::ObjectList:
             for (qsizetype k = 0, n = p.ops->count(value); k < n; ++k) {
-                p.ops->item(value, k).GetXml(writer);
+                p.ops->item(value, k).WriteXmlTo(writer);
             }
             break;
     }
@@ -1120,6 +1129,11 @@ void IRGObject::SetCompressedBinaryRepresentation(const QByteArray& data) {
 }
 
 QString IRGObject::GetXmlString() const {
+    XmlTextWriter direct;
+    WriteXmlTo(direct);
+    if (!direct.failed()) {
+        return direct.text();
+    }
     QString xml;
     QXmlStreamWriter writer(&xml);
     GetXml(writer);

@@ -231,7 +231,11 @@ private:
     [[noreturn]] void ThrowLengthError() const;
     [[noreturn]] void ThrowXmlError(QXmlStreamReader& reader, const QString& text) const;
     void WriteElement(QDataStream& stream, int index, RGObjectData* d) const;
-    void WriteXmlElement(QXmlStreamWriter& writer, int index, RGObjectData* d) const;
+    // Defined and instantiated in the base's source only, for QXmlStreamWriter and the direct writer.
+    template <class Writer>
+    bool WriteXmlTo(Writer& writer) const;
+    template <class Writer>
+    void WriteXmlElement(Writer& writer, int index, RGObjectData* d) const;
     void ReadElement(QDataStream& stream, int index, qint64 length);
     QString ReadUtf8(QDataStream& stream, qint64& budget) const;
     void SkipXmlElement(QXmlStreamReader& reader) const;

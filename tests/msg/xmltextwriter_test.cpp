@@ -1,0 +1,88 @@
+// The direct XML writer against QXmlStreamWriter: same bytes, or it steps aside.
+#include <gtest/gtest.h>
+
+#include <QRandomGenerator>
+#include <QXmlStreamWriter>
+
+#include "support/qtprinters.h"
+#include "xmltextwriter.h"
+#include "zal/controlmessagehelper.h"
+
+using REPORTGENERATOR::XmlTextWriter;
+
+namespace {
+
+// What Qt's writer makes of one element holding `text` inside a root element.
+QString qtWrites(const QString& text) {
+    QString xml;
+    QXmlStreamWriter writer(&xml);
+    writer.writeStartElement(QStringLiteral("Root"));
+    writer.writeTextElement(QStringLiteral("Text"), text);
+    writer.writeStartElement(QStringLiteral("Empty"));
+    writer.writeEndElement();
+    writer.writeEndElement();
+    return xml;
+}
+
+XmlTextWriter directWrites(const QString& text) {
+    XmlTextWriter writer;
+    writer.writeStartElement(QStringLiteral("Root"));
+    writer.writeTextElement(QLatin1String("Text"), text);
+    writer.writeStartElement(QStringLiteral("Empty"));
+    writer.writeEndElement();
+    writer.writeEndElement();
+    return writer;
+}
+
+}  // namespace
+
+TEST(XmlTextWriter, WritesWhatQtWritesOrStepsAside) {
+    const QString alphabet = QStringLiteral("ab <>&\"'\t\n\r]]>=;ä\u00ff\u4e2d");
+    QRandomGenerator random(20261121);
+    for (int round = 0; round < 2000; ++round) {
+        QString text;
+        const int length = random.bounded(12);
+        for (int i = 0; i < length; ++i) {
+            text += alphabet[random.bounded(alphabet.size())];
+        }
+        const XmlTextWriter direct = directWrites(text);
+        ASSERT_FALSE(direct.failed()) << text.toStdString();
+        ASSERT_EQ(direct.text(), qtWrites(text)) << text.toStdString();
+    }
+    EXPECT_EQ(directWrites(QString()).text(), qtWrites(QString()));
+
+    // Characters Qt drops or treats specially are left to Qt.
+    for (const QString& special :
+         {QStringLiteral("a\x01"
+                         "b"),
+          QString(QChar(0xD800)), QString(QChar(0xFFFE)), QString::fromUcs4(U"\U0001F600")}) {
+        EXPECT_TRUE(directWrites(special).failed()) << special.toStdString();
+    }
+}
+
+TEST(XmlTextWriter, MessagesKeepTheirWireFormAndRoundTrip) {
+    zalmsg::Processor config =
+        zal::ControlMessageHelper::makeProcessorConfig("out & about", "tcp://127.0.0.1:*");
+    zalmsg::DataSource source;
+    source.SetAddress(QStringLiteral("inproc://<in>"));
+    source.AppendFilter(QStringLiteral("\"quoted\""));
+    source.AppendFilter(QString(""));
+    config.AppendDataSource(source);
+    const QList<zalmsg::ControlMessage> messages{
+        zal::ControlMessageHelper::makeCreateProcessorMessage("demo.Generator", "g<1>", config),
+        zal::ControlMessageHelper::makeCreateProcessorMessage("QtBridge", "b", zalmsg::Processor()),
+        zal::ControlMessageHelper::makeSetParameterMessage("text", "line one\nline two\tand \"more\""),
+        zal::ControlMessageHelper::makeSetParameterMessage("control", "bell\x07 rings"),
+        zal::ControlMessageHelper::makeRegisterStreamMessage("s", "p",
+                                                             std::vector<std::string>{"a", "", "b&c"}),
+    };
+    for (const zalmsg::ControlMessage& message : messages) {
+        QString viaQt;
+        QXmlStreamWriter writer(&viaQt);
+        message.GetXml(writer);
+        EXPECT_EQ(message.GetXmlString(), viaQt);
+        EXPECT_EQ(zal::ControlMessageHelper::fromPayload(zal::ControlMessageHelper::toPayload(message))
+                      .GetXmlString(),
+                  message.GetXmlString());
+    }
+}
