@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -398,6 +399,73 @@ double qtBridge(QCoreApplication& app, Client& client, double seconds) {
     return rate;
 }
 
+// Every libzmq socket holds one eventfd for its mailbox, so the descriptors a processor adds bound
+// from above the sockets it costs.
+long long openFiles() {
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return std::distance(begin(entries), end(entries));
+}
+
+// demo.Counter processors are created in one group until the environment refuses one: the
+// context's socket limit, not the machine, should end the count, with an error reply.
+void scale(int cap) {
+    Environment environment("inproc://bench/frontend-scale");
+    Client client(environment.getRouterFrontendAddress());
+    auto group = std::make_unique<Group>(client, "scale");
+    const long long filesBefore = openFiles(), rssBefore = procStatusKiB("VmRSS:");
+    std::vector<double> starts;
+    QString refusal;
+    const auto begin = Clock::now();
+    while (int(starts.size()) < cap) {
+        const std::string name = "p" + std::to_string(starts.size());
+        const auto start = Clock::now();
+        const Message reply =
+            client.request(group->endpoint(),
+                           ControlMessageHelper::makeCreateProcessorMessage(
+                               "demo.Counter", name,
+                               ControlMessageHelper::makeProcessorConfig(name, group->streamAddress(name))));
+        if (reply.GetResultType() != Message::ResultType::Success) {
+            refusal = reply.GetMessageText();
+            break;
+        }
+        starts.push_back(microsecondsSince(start));
+    }
+    const double allSeconds = secondsSince(begin);
+    const double count = double(starts.size());
+    const double files = double(openFiles() - filesBefore);
+    const double rss = double(procStatusKiB("VmRSS:") - rssBefore);
+    // A full environment must still serve what exists.
+    client.succeed(group->at("p0"), ControlMessageHelper::makeGetParameterMessage("messages"));
+    const auto deleting = Clock::now();
+    group.reset();
+    const double deleteSeconds = secondsSince(deleting);
+
+    std::sort(starts.begin(), starts.end());
+    std::printf(
+        "# scale: create number %zu %s\n", starts.size() + 1,
+        refusal.isEmpty() ? "was not refused within the cap" : ("refused: " + refusal).toUtf8().constData());
+    const struct {
+        const char* name;
+        double value;
+        const char* unit;
+    } figures[] = {{"scale_processors", count, "processors"},
+                   {"scale_create_p50", zalbench::quantile(starts, 0.5), "us"},
+                   {"scale_create_p99", zalbench::quantile(starts, 0.99), "us"},
+                   {"scale_create_all", allSeconds, "s"},
+                   {"scale_fds_per_processor", files / count, "fds"},
+                   {"scale_context_socket_limit",
+                    double(Context::getZMQContext()->get(zmq::ctxopt::max_sockets)), "sockets"},
+                   {"scale_rss_per_processor", rss / count, "KiB"},
+                   {"scale_group_delete", deleteSeconds, "s"}};
+    for (const auto& f : figures) {
+        line(f.name, f.value, f.unit);
+        table.push_back({f.name, f.value, 0, f.unit});
+    }
+    if (refusal.isEmpty()) {
+        throw std::runtime_error("no create was refused within " + std::to_string(cap) + " processors");
+    }
+}
+
 void printTable() {
     std::printf("\n%-40s %14s %14s %8s  %s\n", "case", "zal", "raw", "zal/raw", "unit");
     for (const Row& row : table) {
@@ -430,6 +498,7 @@ int main(int argc, char** argv) {
         table.push_back({"qtbridge_64B vs drain-after-poll", bridgeRate, drain, "msg/s"});
         control("inproc", "inproc://bench/frontend", roundTrips);
         control("tcp", "tcp://127.0.0.1:*", roundTrips);
+        scale(5000);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "zal_bench: %s\n", e.what());
         return 1;
