@@ -4,8 +4,9 @@
 //   cmake -S . -B build-bench -G Ninja -DZAL_BUILD_TESTS=OFF &&
 //   cmake --build build-bench -j2 --target zal_bench demo && build-bench/bin/zal_bench
 //
-// Optional arguments: seconds per throughput window, best of 3 (default 0.5), strict round trips per control
-// case (default 20000). Output: "case value unit" lines, then a table of zal/raw ratios.
+// Optional arguments: seconds per throughput window, best of 3 (default 0.5), and strict round
+// trips per control case (default 20000); or "soak [seconds]" (default 60) for memory over a long
+// 64 B stream alone. Output: "case value unit" lines, then a table of zal/raw ratios.
 // Absolute figures on a shared machine are noisy; only ratios from one run mean anything.
 #include <QByteArray>
 #include <QCoreApplication>
@@ -157,7 +158,7 @@ private:
 };
 
 // Raw PUB->SUB in one process, two frames (topic, payload) as zal's byte streams send them. The
-// publisher runs flat out and drops at its high-water mark, as the generator does, so both
+// publisher runs flat out and drops at its high-water mark, as zal's does, so both
 // sides count what arrives in a window rather than what was sent.
 double rawStream(size_t payloadSize, bool drain, double seconds) {
     static int counter = 0;
@@ -466,6 +467,32 @@ void scale(int cap) {
     }
 }
 
+// A long 64 B stream, resident memory sampled every second: what grows beyond the queues'
+// high-water marks would be a leak on the data path.
+void soak(double seconds) {
+    Environment environment("inproc://bench/frontend-soak");
+    Client client(environment.getRouterFrontendAddress());
+    Group group(client, "soak");
+    group.create("zalbench.Source", "gen");
+    group.create("demo.Counter", "count");
+    group.connect("count", "gen");
+    const auto begin = Clock::now();
+    long long first = -1, last = 0, peak = 0;
+    while (secondsSince(begin) < seconds) {
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+        last = procStatusKiB("VmRSS:");
+        first = first < 0 ? last : first;
+        peak = std::max(peak, last);
+        std::printf("# soak %.0f s: %lld KiB, %lld messages\n", secondsSince(begin), last,
+                    group.number("count", "messages"));
+    }
+    const double rate = double(group.number("count", "messages")) / secondsSince(begin);
+    line("soak_64B_zal", rate, "msg/s");
+    line("soak_rss_after_1s", double(first), "KiB");
+    line("soak_rss_end", double(last), "KiB");
+    line("soak_rss_peak", double(peak), "KiB");
+}
+
 void printTable() {
     std::printf("\n%-40s %14s %14s %8s  %s\n", "case", "zal", "raw", "zal/raw", "unit");
     for (const Row& row : table) {
@@ -482,6 +509,15 @@ void printTable() {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);  // the plug-in manager looks beside the executable
+    if (argc > 1 && std::string(argv[1]) == "soak") {
+        try {
+            soak(argc > 2 ? std::atof(argv[2]) : 60.0);
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "zal_bench: %s\n", e.what());
+            return 1;
+        }
+        return 0;
+    }
     const double seconds = argc > 1 ? std::atof(argv[1]) : 0.5;
     const int roundTrips = argc > 2 ? std::atoi(argv[2]) : 20000;
     try {
