@@ -68,17 +68,39 @@ inline RoundTrips measureRoundTrips(zmq::socket_t& client, const QByteArray& des
 }
 
 // The raw switchboard: a frontend ROUTER and an internal ROUTER forwarding by identity, with a
-// DEALER echo service behind it; no payload is parsed anywhere.
-inline RoundTrips rawSwitchboard(const std::string& frontendAddress, const QByteArray& payload, int count) {
-    auto& context = *zal::Context::getZMQContext();
-    std::atomic<bool> stop{false};
-    zmq::socket_t front(context, zmq::socket_type::router), back(context, zmq::socket_type::router);
-    std::string frontend = frontendAddress;
-    zal::ZmqHelper::bindSocket(front, frontend);
-    std::string internal = "inproc://bench/raw-internal";
-    zal::ZmqHelper::bindSocket(back, internal);
+// DEALER echo service behind it; no payload is parsed anywhere. It serves from construction to
+// destruction, so that its measurements can alternate with zal's.
+class RawSwitchboard {
+public:
+    explicit RawSwitchboard(const std::string& frontendAddress)
+        : front(context(), zmq::socket_type::router),
+          back(context(), zmq::socket_type::router),
+          frontend(frontendAddress) {
+        zal::ZmqHelper::bindSocket(front, frontend);
+        std::string internal = "inproc://bench/raw-internal";
+        zal::ZmqHelper::bindSocket(back, internal);
+        board = std::thread([this] { forward(); });
+        echo = std::thread([this, internal] { serve(internal); });
+        zal::ZmqHelper::connectSocket(client, frontend);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));  // let the echo service attach
+    }
+    ~RawSwitchboard() {
+        stop = true;
+        board.join();
+        echo.join();
+    }
+    RawSwitchboard(const RawSwitchboard&) = delete;
+    RawSwitchboard& operator=(const RawSwitchboard&) = delete;
 
-    std::thread board([&] {
+    RoundTrips measure(const QByteArray& payload, int count) {
+        return measureRoundTrips(client, zal::ControlMessageHelper::makeIdentity("inproc://bench/echo"),
+                                 payload, count);
+    }
+
+private:
+    static zmq::context_t& context() { return *zal::Context::getZMQContext(); }
+
+    void forward() {
         zmq_pollitem_t items[] = {{back.handle(), 0, ZMQ_POLLIN, 0}, {front.handle(), 0, ZMQ_POLLIN, 0}};
         while (!stop) {
             if (zmq_poll(items, 2, 50) <= 0) {
@@ -95,9 +117,10 @@ inline RoundTrips rawSwitchboard(const std::string& frontendAddress, const QByte
                 sendAll(out, frames);
             }
         }
-    });
-    std::thread echo([&] {
-        zmq::socket_t service(context, zmq::socket_type::dealer);
+    }
+
+    void serve(const std::string& internal) {
+        zmq::socket_t service(context(), zmq::socket_type::dealer);
         zal::ZmqHelper::connectSocket(service, internal, "inproc://bench/echo");
         zmq_pollitem_t item{service.handle(), 0, ZMQ_POLLIN, 0};
         while (!stop) {
@@ -105,18 +128,20 @@ inline RoundTrips rawSwitchboard(const std::string& frontendAddress, const QByte
                 sendAll(service, receiveAll(service));
             }
         }
-    });
+    }
 
-    zmq::socket_t client(context, zmq::socket_type::dealer);
-    zal::ZmqHelper::connectSocket(client, frontend);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // let the echo service attach
-    const QByteArray destination = zal::ControlMessageHelper::makeIdentity("inproc://bench/echo");
-    measureRoundTrips(client, destination, payload, count / 10);
-    const RoundTrips result = measureRoundTrips(client, destination, payload, count);
-    stop = true;
-    board.join();
-    echo.join();
-    return result;
+    std::atomic<bool> stop{false};
+    zmq::socket_t front, back;
+    std::string frontend;
+    zmq::socket_t client{context(), zmq::socket_type::dealer};
+    std::thread board, echo;
+};
+
+// One warm-up of a tenth, then count strict round trips through a fresh raw switchboard.
+inline RoundTrips rawSwitchboard(const std::string& frontendAddress, const QByteArray& payload, int count) {
+    RawSwitchboard board(frontendAddress);
+    board.measure(payload, count / 10);
+    return board.measure(payload, count);
 }
 
 }  // namespace zalbench

@@ -266,26 +266,35 @@ void streaming(Client& client, double seconds) {
 }
 
 // Strict GetParameter round trips to an idle processor, against the raw switchboard echoing a
-// payload as large as zal's reply.
-void control(const std::string& transport, const std::string& frontend, int count) {
-    zalbench::RoundTrips ours{};
-    int replySize = 0;
-    {
-        Environment environment(frontend);
-        Client client(environment.getRouterFrontendAddress());
-        Group group(client, "control");
-        group.create("demo.Counter", "idle");
-        const Message request = ControlMessageHelper::makeGetParameterMessage("messages");
-        client.succeed(group.at("idle"), request);
-        replySize = client.lastReplySize;
-        const QByteArray destination = ControlMessageHelper::makeIdentity(group.at("idle"));
-        const QByteArray payload = ControlMessageHelper::toPayload(request);
-        zalbench::measureRoundTrips(client.raw(), destination, payload, count / 10);
-        ours = zalbench::measureRoundTrips(client.raw(), destination, payload, count);
+// payload as large as zal's reply. Both serve throughout and take turns in rounds, so that load
+// from elsewhere falls on both alike; the round with the best rate of each side is reported.
+void control(const std::string& transport, const std::string& zalFrontend, const std::string& rawFrontend,
+             int count) {
+    constexpr int rounds = 4;
+    Environment environment(zalFrontend);
+    Client client(environment.getRouterFrontendAddress());
+    Group group(client, "control");
+    group.create("demo.Counter", "idle");
+    const Message request = ControlMessageHelper::makeGetParameterMessage("messages");
+    client.succeed(group.at("idle"), request);
+    const int replySize = client.lastReplySize;
+    const QByteArray destination = ControlMessageHelper::makeIdentity(group.at("idle"));
+    const QByteArray payload = ControlMessageHelper::toPayload(request);
+    zalbench::RawSwitchboard board(rawFrontend);
+    const QByteArray echoed(replySize, 'x');
+    zalbench::measureRoundTrips(client.raw(), destination, payload, count / 10);
+    board.measure(echoed, count / 10);
+
+    zalbench::RoundTrips ours{}, raw{};
+    for (int round = 0; round < rounds; ++round) {
+        const auto z = zalbench::measureRoundTrips(client.raw(), destination, payload, count / rounds);
+        const auto r = board.measure(echoed, count / rounds);
+        ours = z.perSecond > ours.perSecond ? z : ours;
+        raw = r.perSecond > raw.perSecond ? r : raw;
     }
-    const zalbench::RoundTrips raw = zalbench::rawSwitchboard(frontend, QByteArray(replySize, 'x'), count);
     const std::string name = "control_" + transport;
-    std::printf("# %s: %d strict round trips, reply %d bytes\n", name.c_str(), count, replySize);
+    std::printf("# %s: %d rounds of %d strict round trips each side, reply %d bytes\n", name.c_str(), rounds,
+                count / rounds, replySize);
     for (const auto& [side, r] : {std::pair{"zal", ours}, std::pair{"raw", raw}}) {
         line(name + "_" + side + "_rate", r.perSecond, "roundtrips/s");
         line(name + "_" + side + "_p50", r.p50us, "us");
@@ -532,8 +541,8 @@ int main(int argc, char** argv) {
         const double drain = rawStream(64, true, seconds);
         line("qtbridge_64B_raw_drain", drain, "msg/s");
         table.push_back({"qtbridge_64B vs drain-after-poll", bridgeRate, drain, "msg/s"});
-        control("inproc", "inproc://bench/frontend", roundTrips);
-        control("tcp", "tcp://127.0.0.1:*", roundTrips);
+        control("inproc", "inproc://bench/frontend", "inproc://bench/raw-frontend", roundTrips);
+        control("tcp", "tcp://127.0.0.1:*", "tcp://127.0.0.1:*", roundTrips);
         scale(5000);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "zal_bench: %s\n", e.what());
