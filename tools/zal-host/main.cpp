@@ -1,5 +1,6 @@
 // zal-host: loads libzal, starts it through its C entry points and runs until told to stop.
 #include <dlfcn.h>
+#include <sys/resource.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -58,6 +59,16 @@ struct Library {
     }
 };
 
+// Every ZeroMQ socket holds descriptors; with the usual soft limit of 1024 a hundred or so
+// processors exhaust it long before the context's 4095 sockets, so the host takes what it may.
+void raiseDescriptorLimit() {
+    struct rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -114,6 +125,7 @@ int main(int argc, char** argv) {
         qputenv("ZAL_CONFIG", file.absoluteFilePath().toLocal8Bit());
     }
 
+    raiseDescriptorLimit();
     Library library;
     QString loadError;
     if (!library.load(loadError)) {
