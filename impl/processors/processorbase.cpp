@@ -1,5 +1,6 @@
 #include "zal/processorbase.h"
 
+#include "zal/configtool.h"
 #include "zal/constants.h"
 #include "zal/context.h"
 #include "zal/endpoints.h"
@@ -95,6 +96,28 @@ void ProcessorBase::disableIdleProcessing() {
 
 void ProcessorBase::subscribeParameter(const std::string& topic) {
     broadcastSocket->set(zmq::sockopt::subscribe, topic);
+}
+
+void ProcessorBase::connectInput(zmq::socket_t& input, const QString& address,
+                                 const QVector<QString>& filters,
+                                 const std::function<void(const QString&)>& subscribe) {
+    if (ConfigTool::addDataSource(processor, address)) {
+        ZmqHelper::connectSocket(input, address.toStdString());
+    }
+    const QVector<QString> before = ConfigTool::getDataFilter(processor, address);
+    if (!ConfigTool::addDataFilter(processor, address, filters)) {
+        return;
+    }
+    const QVector<QString> after = ConfigTool::getDataFilter(processor, address);
+    if (after.isEmpty()) {
+        input.set(zmq::sockopt::subscribe, "");
+        return;
+    }
+    for (const QString& filter : after) {
+        if (!before.contains(filter)) {
+            subscribe(filter);
+        }
+    }
 }
 
 bool ProcessorBase::querySources(QVector<zalmsg::DataSource>& sources) {

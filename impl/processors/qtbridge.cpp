@@ -60,23 +60,9 @@ void QtBridge::handleMessage(ByteStreamMessage& message, ZmqByteStreamInSocket* 
 
 bool QtBridge::connect(const QString& /*streamName*/, const QString& streamAddress,
                        const QVector<QString>& messageFilter) {
-    if (ConfigTool::addDataSource(processor, streamAddress)) {
-        inputSocket->connect(streamAddress.toStdString());
-    }
-    const QVector<QString> oldFilters = ConfigTool::getDataFilter(processor, streamAddress);
-    if (!ConfigTool::addDataFilter(processor, streamAddress, messageFilter)) {
-        return true;
-    }
-    const QVector<QString> newFilters = ConfigTool::getDataFilter(processor, streamAddress);
-    if (newFilters.isEmpty()) {
-        inputSocket->set(zmq::sockopt::subscribe, "");
-        return true;
-    }
-    for (const QString& filter : newFilters) {
-        if (!oldFilters.contains(filter)) {
-            subscribe(filter);
-        }
-    }
+    // Filters are recorded topics, so a pause and resume covers them; the catch-all is not.
+    connectInput(*inputSocket, streamAddress, messageFilter,
+                 [this](const QString& topic) { subscribe(topic); });
     return true;
 }
 

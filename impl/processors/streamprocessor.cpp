@@ -91,21 +91,9 @@ void StreamProcessor::checkDataEvents() {
 
 bool StreamProcessor::connect(const QString&, const QString& streamAddress,
                               const QVector<QString>& messageFilter) {
-    if (ConfigTool::addDataSource(processor, streamAddress)) {
-        ZmqHelper::connectSocket(*inputSocket, streamAddress.toStdString());
-    }
-    const QVector<QString> before = ConfigTool::getDataFilter(processor, streamAddress);
-    if (ConfigTool::addDataFilter(processor, streamAddress, messageFilter)) {
-        const QVector<QString> after = ConfigTool::getDataFilter(processor, streamAddress);
-        if (after.isEmpty()) {
-            inputSocket->set(zmq::sockopt::subscribe, "");
-        }
-        for (const QString& filter : after) {
-            if (!before.contains(filter)) {
-                inputSocket->set(zmq::sockopt::subscribe, filter.toStdString());
-            }
-        }
-    }
+    connectInput(*inputSocket, streamAddress, messageFilter, [this](const QString& topic) {
+        inputSocket->set(zmq::sockopt::subscribe, topic.toStdString());
+    });
     return true;
 }
 

@@ -2,6 +2,7 @@
 // loop.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <zmq.hpp>
@@ -51,6 +52,12 @@ protected:
 
     bool querySources(QVector<zalmsg::DataSource>& sources) override;
     bool queryStreams(QVector<zalmsg::DataStream>& streams) override;
+
+    // The connect step of processors with a data input, keyed by address: a new address becomes a
+    // data source and `input` connects to it; filters add up, and each newly added one goes to
+    // `subscribe`, while a source left without filters takes everything (a catch-all set on `input`).
+    void connectInput(zmq::socket_t& input, const QString& address, const QVector<QString>& filters,
+                      const std::function<void(const QString&)>& subscribe);
 
     NameServiceClient* getNameServiceClient() const { return nameServiceClient.get(); }
 
