@@ -120,6 +120,16 @@ void ProcessorBase::connectInput(zmq::socket_t& input, const QString& address,
     }
 }
 
+void ProcessorBase::drainInput(int socketIndex, InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client) {
+    if (!SocketReader::isReadable(reader.getEvents(socketIndex))) {
+        return;
+    }
+    int handled = 0;
+    while (handled < maxMessagesPerWakeUp && client.processQueuedInput()) {
+        ++handled;
+    }
+}
+
 bool ProcessorBase::querySources(QVector<zalmsg::DataSource>& sources) {
     sources += static_cast<const zalmsg::Processor&>(processor).GetDataSource();
     return true;

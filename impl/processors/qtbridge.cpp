@@ -49,8 +49,8 @@ void QtBridge::freeInput() {
 }
 
 void QtBridge::checkDataEvents() {
-    if (inputClient && SocketReader::isReadable(reader.getEvents(inputSocketIndex))) {
-        inputClient->processInput();
+    if (inputClient) {
+        drainInput(inputSocketIndex, *inputClient);
     }
 }
 

@@ -80,13 +80,9 @@ void StreamProcessor::freeStreamSockets() {
 }
 
 void StreamProcessor::checkDataEvents() {
-    if (!inputSocket || !SocketReader::isReadable(reader.getEvents(inputSocketIndex))) {
-        return;
+    if (inputSocket) {
+        drainInput(inputSocketIndex, *inputClient);
     }
-    int handled = 0;
-    do {
-        inputClient->processInput();
-    } while (++handled < maxMessagesPerWakeUp && (inputSocket->get(zmq::sockopt::events) & ZMQ_POLLIN) != 0);
 }
 
 bool StreamProcessor::connect(const QString&, const QString& streamAddress,

@@ -8,17 +8,36 @@ template <class Traits>
 ZmqByteStreamInSocketTemplate<Traits>::ZmqByteStreamInSocketTemplate(typename Traits::socket_type& socket)
     : ZmqSocketBase<Traits>(socket) {}
 
-template <class Traits>
-void ZmqByteStreamInSocketTemplate<Traits>::receiveMessage(ByteStreamMessage& message) {
-    message.topic.clear();
-    message.data.clear();
-    frame::FrameReader frames(this->getSocket());
-    const bool more = frames.next();
-    frames.appendTo(message.topic);
+namespace {
+
+void readMessage(frame::FrameReader& frames, bool more, ByteStreamMessage& message) {
+    frames.copyTo(message.topic);
     if (more) {
         frames.next();
-        frames.appendTo(message.data);
+        frames.copyTo(message.data);
+    } else {
+        message.data.clear();
     }
+}
+
+}  // namespace
+
+template <class Traits>
+void ZmqByteStreamInSocketTemplate<Traits>::receiveMessage(ByteStreamMessage& message) {
+    frame::FrameReader frames(this->getSocket());
+    const bool more = frames.next();
+    readMessage(frames, more, message);
+}
+
+template <class Traits>
+bool ZmqByteStreamInSocketTemplate<Traits>::tryReceiveMessage(ByteStreamMessage& message) {
+    frame::FrameReader frames(this->getSocket());
+    bool more = false;
+    if (!frames.tryNext(more)) {
+        return false;
+    }
+    readMessage(frames, more, message);
+    return true;
 }
 
 template <class Traits>

@@ -1,6 +1,8 @@
 #include "zmqframe.h"
 
 #include <cerrno>
+#include <cstring>
+#include <memory>
 
 #include "zal/socketerror.h"
 
@@ -28,6 +30,30 @@ bool FrameReader::next() {
     return zmq_msg_more(&message) != 0;
 }
 
+bool FrameReader::tryNext(bool& more) {
+    if (zmq_msg_recv(&message, socket, ZMQ_DONTWAIT) < 0) {
+        if (zmq_errno() != EAGAIN) {
+            throw zmq::error_t();
+        }
+        return false;
+    }
+    more = zmq_msg_more(&message) != 0;
+    return true;
+}
+
+void FrameReader::copyTo(QByteArray& field) const {
+    const auto size = static_cast<qsizetype>(zmq_msg_size(const_cast<zmq_msg_t*>(&message)));
+    const auto* data = static_cast<const char*>(zmq_msg_data(const_cast<zmq_msg_t*>(&message)));
+    if (size == 0) {
+        field.clear();
+    } else if (field.isDetached()) {
+        field.resize(size);
+        std::memcpy(field.data(), data, static_cast<size_t>(size));
+    } else {
+        field = QByteArray(data, size);
+    }
+}
+
 void FrameReader::appendTo(QByteArray& field) const {
     field.append(static_cast<const char*>(zmq_msg_data(const_cast<zmq_msg_t*>(&message))),
                  static_cast<qsizetype>(zmq_msg_size(const_cast<zmq_msg_t*>(&message))));
@@ -52,6 +78,42 @@ void sendFrame(zmq::socket_t& socket, const char* data, int size, int flags) {
         sent = 0;
     }
     if (sent != size) {
+        throw SocketError("send() failed");
+    }
+}
+
+namespace {
+
+// Below this a copy costs less than the two allocations that sharing the buffer takes.
+constexpr qsizetype sharedFrameMinimum = 4096;
+
+void releaseSharedBytes(void* /*data*/, void* hint) {
+    delete static_cast<QByteArray*>(hint);
+}
+
+}  // namespace
+
+void sendFrame(zmq::socket_t& socket, const QByteArray& bytes, int flags) {
+    std::unique_ptr<QByteArray> shared;
+    if (bytes.size() >= sharedFrameMinimum) {
+        shared = std::make_unique<QByteArray>(bytes);
+    }
+    // An array made by fromRawData owns nothing, so a reference to it would not keep the bytes alive.
+    if (!shared || shared->data_ptr().d_ptr() == nullptr) {
+        sendFrame(socket, bytes.constData(), static_cast<int>(bytes.size()), flags);
+        return;
+    }
+    QByteArray* const holder = shared.release();
+    zmq_msg_t message;
+    zmq_msg_init_data(&message, const_cast<char*>(holder->constData()), static_cast<size_t>(holder->size()),
+                      releaseSharedBytes, holder);
+    if (zmq_msg_send(&message, socket.handle(), flags) < 0) {
+        const int error = zmq_errno();
+        zmq_msg_close(&message);
+        if (error != EAGAIN) {
+            errno = error;
+            throw zmq::error_t();
+        }
         throw SocketError("send() failed");
     }
 }

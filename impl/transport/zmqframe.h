@@ -19,7 +19,11 @@ public:
     // Blocks for the next frame and reports whether more frames follow. A receive that would
     // block (or timed out) throws SocketError "recv() failed"; other errors zmq::error_t.
     bool next();
+    // next() that returns false at once when no frame is queued, for draining without a poll.
+    bool tryNext(bool& more);
     void appendTo(QByteArray& field) const;
+    // Replaces field's bytes, reusing its buffer when nothing else shares it.
+    void copyTo(QByteArray& field) const;
     // next() that insists on a following frame: SocketError "Invalid message format" otherwise.
     void nextWithMore(QByteArray* keep);
 
@@ -30,9 +34,8 @@ private:
 
 // Sends one frame; a short or would-block send throws SocketError "send() failed".
 void sendFrame(zmq::socket_t& socket, const char* data, int size, int flags);
-inline void sendFrame(zmq::socket_t& socket, const QByteArray& bytes, int flags) {
-    sendFrame(socket, bytes.constData(), static_cast<int>(bytes.size()), flags);
-}
+// Large arrays travel without a copy: the frame holds a reference to the array's buffer.
+void sendFrame(zmq::socket_t& socket, const QByteArray& bytes, int flags);
 inline void sendEmptyFrame(zmq::socket_t& socket, int flags) {
     sendFrame(socket, nullptr, 0, flags);
 }

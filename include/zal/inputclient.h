@@ -26,9 +26,20 @@ public:
         handler->handleMessage(message, socket);
     }
 
+    // processInput without waiting: false at once when nothing is queued. Only for sockets that
+    // can try a receive; the message object is kept so its buffers serve the next message too.
+    bool processQueuedInput() {
+        if (!socket->tryReceiveMessage(queued)) {
+            return false;
+        }
+        handler->handleMessage(queued, socket);
+        return true;
+    }
+
 protected:
     Socket* socket;
     MessageHandler<Socket, Message>* handler;
+    Message queued;
 };
 
 // For subscriptions, which cannot be answered on the socket they arrive on: the handler gets null.

@@ -12,6 +12,7 @@
 #include "zal/nameserviceclient.h"
 #include "zal/processorcontrolinterface.h"
 #include "zal/processorcontrolmessagehandler.h"
+#include "zal/zmqbytestreamsockettemplate.h"
 #include "zal/zmqcontrollable.h"
 
 namespace zal {
@@ -58,6 +59,12 @@ protected:
     // `subscribe`, while a source left without filters takes everything (a catch-all set on `input`).
     void connectInput(zmq::socket_t& input, const QString& address, const QVector<QString>& filters,
                       const std::function<void(const QString&)>& subscribe);
+
+    // Reads what is queued on a readable input, at most maxMessagesPerWakeUp messages, so that one
+    // poll serves a burst while a flood of data never keeps the control line waiting longer.
+    void drainInput(int socketIndex, InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client);
+
+    static constexpr int maxMessagesPerWakeUp = 256;
 
     NameServiceClient* getNameServiceClient() const { return nameServiceClient.get(); }
 

@@ -29,8 +29,6 @@ public:
     void release() override;
 
 protected:
-    // Reads what arrived on the input, at most maxMessagesPerWakeUp messages, so that a flood of
-    // data never keeps the control line waiting longer than that.
     void checkDataEvents() override;
     void checkDataStreamConfig();
     std::string getDataStreamName();
@@ -45,8 +43,6 @@ protected:
     bool getParameter(const QString& name, QString& value) override;
     bool getParameterList(QStringList& names) override;
     bool startNewRecording(QString& parameter) override;
-
-    static constexpr int maxMessagesPerWakeUp = 256;
 
     std::unique_ptr<zmq::socket_t> inputSocket;
     std::unique_ptr<ZmqByteStreamInSocket> inputTemplate;

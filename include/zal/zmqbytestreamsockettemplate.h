@@ -15,6 +15,9 @@ class ZmqByteStreamInSocketTemplate : public ReceiveSocket<ByteStreamMessage>, p
 public:
     explicit ZmqByteStreamInSocketTemplate(typename Traits::socket_type& socket);
     void receiveMessage(ByteStreamMessage& message) override;
+    // receiveMessage without waiting: false, and message untouched, when nothing is queued. The
+    // message's arrays keep their buffers for the next message unless a handler kept a copy.
+    bool tryReceiveMessage(ByteStreamMessage& message);
 };
 
 template <class Traits>

@@ -1,7 +1,9 @@
 // Framing of the three message kinds on real sockets, over inproc and TCP loopback.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <vector>
 
 #include "support/sockets.h"
 #include "zal/socketerror.h"
@@ -151,6 +153,45 @@ TEST_P(Framing, ByteStreamsSendTopicAndDataAndAcceptOneFrame) {
     in.receiveMessage(message);
     EXPECT_EQ(message.topic, "alone");
     EXPECT_TRUE(message.data.isEmpty());
+}
+
+// Large payloads leave by reference and queued ones are read into reused buffers: neither may let
+// a later change of the sender's or the receiver's bytes show through.
+TEST_P(Framing, ByteStreamBuffersAreNeverSharedVisibly) {
+    auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
+    ZmqByteStreamOutSocket out(pair.connected);
+    ZmqByteStreamInSocket in(pair.bound);
+    ByteStreamMessage message;
+    EXPECT_FALSE(in.tryReceiveMessage(message));
+
+    QByteArray owned(100000, 'a');
+    std::vector<char> raw(100000, 'b');
+    out.sendMessage(ByteStreamMessage{"owned", owned});
+    out.sendMessage(ByteStreamMessage{"raw", QByteArray::fromRawData(raw.data(), qsizetype(raw.size()))});
+    owned.fill('z');
+    std::fill(raw.begin(), raw.end(), 'z');
+    out.sendMessage(ByteStreamMessage{"small", QByteArray(10, 'c')});
+    sendFrames(pair.connected, {"alone"});
+
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    ASSERT_TRUE(in.tryReceiveMessage(message));
+    EXPECT_EQ(message.topic, "owned");
+    EXPECT_EQ(message.data, QByteArray(100000, 'a'));
+    const QByteArray kept = message.data;
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    ASSERT_TRUE(in.tryReceiveMessage(message));
+    EXPECT_EQ(message.data, QByteArray(100000, 'b'));
+    EXPECT_EQ(kept, QByteArray(100000, 'a'));
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    ASSERT_TRUE(in.tryReceiveMessage(message));
+    EXPECT_EQ(message.topic, "small");
+    EXPECT_EQ(message.data, QByteArray(10, 'c'));
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    ASSERT_TRUE(in.tryReceiveMessage(message));
+    EXPECT_EQ(message.topic, "alone");
+    EXPECT_TRUE(message.data.isNull());
+    EXPECT_FALSE(in.tryReceiveMessage(message));
+    EXPECT_EQ(message.topic, "alone");
 }
 
 INSTANTIATE_TEST_SUITE_P(Transports, Framing, ::testing::Values("inproc", "tcp"));
