@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <type_traits>
+#include "xmltextreader.h"
 #include "xmltextwriter.h"
 
 namespace REPORTGENERATOR {
@@ -954,7 +956,8 @@ void IRGObject::Note(Logger::Level level, const QString& text) const {
     }
 }
 
-void IRGObject::ThrowXmlError(QXmlStreamReader& reader, const QString& text) const {
+template <class Reader>
+void IRGObject::ThrowXmlErrorFrom(Reader& reader, const QString& text) const {
     if (reader.hasError()) {
         Note(Logger::Warning, GetObjectName() + QStringLiteral(": XML error at line ") +
                                   QString::number(reader.lineNumber()) + QStringLiteral(", column ") +
@@ -964,15 +967,21 @@ void IRGObject::ThrowXmlError(QXmlStreamReader& reader, const QString& text) con
     throw InvalidXmlException(GetObjectName() + QStringLiteral(": ") + text);
 }
 
-QString IRGObject::GetTextValue(QXmlStreamReader& reader) const {
+template <class Reader>
+QString IRGObject::TextValueFrom(Reader& reader) const {
     const QString text = reader.readElementText(QXmlStreamReader::ErrorOnUnexpectedElement);
     if (reader.hasError()) {
-        ThrowXmlError(reader, QStringLiteral("The XML text is malformed"));
+        ThrowXmlErrorFrom(reader, QStringLiteral("The XML text is malformed"));
     }
     return text.isNull() ? QString(QLatin1String("")) : text;
 }
 
-void IRGObject::SkipXmlElement(QXmlStreamReader& reader) const {
+QString IRGObject::GetTextValue(QXmlStreamReader& reader) const {
+    return TextValueFrom(reader);
+}
+
+template <class Reader>
+void IRGObject::SkipXmlElementFrom(Reader& reader) const {
     Note(Logger::Debug,
          GetObjectName() + QStringLiteral(": skipping unknown element ") + reader.name().toString());
     int depth = 1;
@@ -980,58 +989,70 @@ void IRGObject::SkipXmlElement(QXmlStreamReader& reader) const {
         switch (reader.readNext()) {
             case QXmlStreamReader::StartElement:
                 if (++depth + xmlDepth > kMaxXmlDepth) {
-                    ThrowXmlError(reader, QStringLiteral("The XML text is nested too deeply"));
+                    ThrowXmlErrorFrom(reader, QStringLiteral("The XML text is nested too deeply"));
                 }
                 break;
             case QXmlStreamReader::EndElement:
                 --depth;
                 break;
             case QXmlStreamReader::Invalid:
-                ThrowXmlError(reader, QStringLiteral("The XML text is malformed"));
+                ThrowXmlErrorFrom(reader, QStringLiteral("The XML text is malformed"));
             default:
                 break;
         }
     }
 }
 
-void IRGObject::ProcessXml(QXmlStreamReader& reader) {
+// Qt's reader goes through the virtual operations, so that a class overriding them still reads
+// nested objects its own way; the direct reader exists for speed and calls the base's walk.
+template <class Reader>
+void IRGObject::ProcessXmlFrom(Reader& reader) {
     Block();
     bool tooDeep = false;
     XmlDepthGuard guard(tooDeep);
     if (tooDeep) {
-        ThrowXmlError(reader, QStringLiteral("The XML text is nested too deeply"));
+        ThrowXmlErrorFrom(reader, QStringLiteral("The XML text is nested too deeply"));
     }
     while (!reader.atEnd()) {
         const QXmlStreamReader::TokenType token = reader.readNext();
         if (token == QXmlStreamReader::StartElement) {
-            ProcessXmlStartElement(reader);
+            if constexpr (std::is_same_v<Reader, QXmlStreamReader>) {
+                ProcessXmlStartElement(reader);
+            } else {
+                ProcessXmlStartElementFrom(reader);
+            }
         } else if (token == QXmlStreamReader::EndElement) {
             return;
         }
     }
-    ThrowXmlError(reader, QStringLiteral("The XML text is malformed"));
+    ThrowXmlErrorFrom(reader, QStringLiteral("The XML text is malformed"));
 }
 
-void IRGObject::ProcessXmlStartElement(QXmlStreamReader& reader) {
+void IRGObject::ProcessXml(QXmlStreamReader& reader) {
+    ProcessXmlFrom(reader);
+}
+
+template <class Reader>
+void IRGObject::ProcessXmlStartElementFrom(Reader& reader) {
     const ClassInfo& info = GetClassInfo();
     int index = -1;
     for (int i = 0; i < info.count && index < 0; ++i) {
         index = reader.name() == QLatin1String(info.properties[i].element) ? i : -1;
     }
     if (index < 0) {
-        SkipXmlElement(reader);
+        SkipXmlElementFrom(reader);
         return;
     }
     const PropertyInfo& p = info.properties[index];
     switch (p.kind) {
         case PropertyKind::String:
-            AssignString(index, GetTextValue(reader));
+            AssignString(index, TextValueFrom(reader));
             break;
         case PropertyKind::Enum:
-            AssignEnum(index, NameToEnum(*p.names, GetTextValue(reader)));
+            AssignEnum(index, NameToEnum(*p.names, TextValueFrom(reader)));
             break;
         case PropertyKind::Bool: {
-            const QString text = GetTextValue(reader).toLower();
+            const QString text = TextValueFrom(reader).toLower();
             if (text.isEmpty() && GetValidate()) {
                 throw InvalidXmlException(
                     QStringLiteral("Please set a value or a default for the boolean '") +
@@ -1043,14 +1064,18 @@ void IRGObject::ProcessXmlStartElement(QXmlStreamReader& reader) {
             break;
         }
         case PropertyKind::StringList:
-            AppendString(index, GetTextValue(reader));
+            AppendString(index, TextValueFrom(reader));
             break;
         case PropertyKind::Object:
         case PropertyKind::ObjectList: {
             std::unique_ptr<IRGObject> item = p.ops->create();
             item->SetValidate(GetValidate());
             item->SetLogger(GetLogger());
-            item->ProcessXml(reader);
+            if constexpr (std::is_same_v<Reader, QXmlStreamReader>) {
+                item->ProcessXml(reader);
+            } else {
+                item->ProcessXmlFrom(reader);
+            }
             if (p.kind == PropertyKind::Object) {
                 AssignObject(index, *item);
             } else {
@@ -1061,21 +1086,30 @@ void IRGObject::ProcessXmlStartElement(QXmlStreamReader& reader) {
     }
 }
 
-void IRGObject::ReadXmlDocument(QXmlStreamReader& reader) {
+void IRGObject::ProcessXmlStartElement(QXmlStreamReader& reader) {
+    ProcessXmlStartElementFrom(reader);
+}
+
+template <class Reader>
+void IRGObject::ReadXmlDocumentFrom(Reader& reader) {
     if (!reader.readNextStartElement()) {
-        ThrowXmlError(reader, QStringLiteral("The XML text holds no element"));
+        ThrowXmlErrorFrom(reader, QStringLiteral("The XML text holds no element"));
     }
     if (reader.name() != GetObjectName()) {
-        ThrowXmlError(
+        ThrowXmlErrorFrom(
             reader, QStringLiteral("The XML text holds no ") + GetObjectName() + QStringLiteral(" element"));
     }
-    ProcessXml(reader);
+    if constexpr (std::is_same_v<Reader, QXmlStreamReader>) {
+        ProcessXml(reader);
+    } else {
+        ProcessXmlFrom(reader);
+    }
     // Whatever follows the element must still be well-formed.
     while (!reader.atEnd()) {
         reader.readNext();
     }
     if (reader.hasError()) {
-        ThrowXmlError(reader, QStringLiteral("The XML text is malformed"));
+        ThrowXmlErrorFrom(reader, QStringLiteral("The XML text is malformed"));
     }
 }
 
@@ -1147,8 +1181,13 @@ void IRGObject::SetXmlString(const QString& xml, bool validateParse) {
         ~Restore() { object.SetValidate(saved); }
     } restore{*this, GetValidate()};
     SetValidate(validateParse);
+    XmlTextReader direct(xml);
+    if (direct.usable()) {
+        ReadXmlDocumentFrom(direct);
+        return;
+    }
     QXmlStreamReader reader(xml);
-    ReadXmlDocument(reader);
+    ReadXmlDocumentFrom(reader);
 }
 
 void IRGObject::LoadXml(const QString& fileName) {
@@ -1157,7 +1196,7 @@ void IRGObject::LoadXml(const QString& fileName) {
         throw ReportException(GetObjectName() + QStringLiteral("::LoadXml(...): Cannot open ") + fileName);
     }
     QXmlStreamReader reader(&file);
-    ReadXmlDocument(reader);
+    ReadXmlDocumentFrom(reader);
 }
 
 void IRGObject::SaveXml(const QString& fileName) const {

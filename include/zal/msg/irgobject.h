@@ -229,7 +229,6 @@ private:
     QString CheckFailure(bool deep) const;
     QString PleaseSet(const char* property) const;
     [[noreturn]] void ThrowLengthError() const;
-    [[noreturn]] void ThrowXmlError(QXmlStreamReader& reader, const QString& text) const;
     void WriteElement(QDataStream& stream, int index, RGObjectData* d) const;
     // Defined and instantiated in the base's source only, for QXmlStreamWriter and the direct writer.
     template <class Writer>
@@ -238,8 +237,19 @@ private:
     void WriteXmlElement(Writer& writer, int index, RGObjectData* d) const;
     void ReadElement(QDataStream& stream, int index, qint64 length);
     QString ReadUtf8(QDataStream& stream, qint64& budget) const;
-    void SkipXmlElement(QXmlStreamReader& reader) const;
-    void ReadXmlDocument(QXmlStreamReader& reader);
+    // Defined and instantiated in the base's source only, for QXmlStreamReader and the direct reader.
+    template <class Reader>
+    [[noreturn]] void ThrowXmlErrorFrom(Reader& reader, const QString& text) const;
+    template <class Reader>
+    QString TextValueFrom(Reader& reader) const;
+    template <class Reader>
+    void SkipXmlElementFrom(Reader& reader) const;
+    template <class Reader>
+    void ProcessXmlFrom(Reader& reader);
+    template <class Reader>
+    void ProcessXmlStartElementFrom(Reader& reader);
+    template <class Reader>
+    void ReadXmlDocumentFrom(Reader& reader);
     void Note(Logger::Level level, const QString& text) const;
 
     QString objectName;
