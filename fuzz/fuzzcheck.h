@@ -7,12 +7,12 @@
 #include <cstdlib>
 
 // libFuzzer reports a crash only for a signal; an oracle that merely returned would go unnoticed.
-#define ZAL_FUZZ_CHECK(condition)                                                                \
-    do {                                                                                          \
-        if (!(condition)) {                                                                       \
+#define ZAL_FUZZ_CHECK(condition)                                                                   \
+    do {                                                                                            \
+        if (!(condition)) {                                                                         \
             std::fprintf(stderr, "%s:%d: fuzz check failed: %s\n", __FILE__, __LINE__, #condition); \
-            std::abort();                                                                         \
-        }                                                                                         \
+            std::abort();                                                                           \
+        }                                                                                           \
     } while (0)
 
 namespace zalfuzz {

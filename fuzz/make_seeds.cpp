@@ -104,8 +104,10 @@ void binarySeeds() {
     const zalmsg::Processor processor = makeProcessor();
     const zalmsg::DataSource source = makeSource();
     const zalmsg::DataStream stream = makeStream();
-    const Seed seeds[] = {{"controlmessage-create", 0, &create}, {"controlmessage-error-reply", 0, &reply},
-                          {"processor", 1, &processor},          {"datasource", 2, &source},
+    const Seed seeds[] = {{"controlmessage-create", 0, &create},
+                          {"controlmessage-error-reply", 0, &reply},
+                          {"processor", 1, &processor},
+                          {"datasource", 2, &source},
                           {"datastream", 3, &stream}};
     for (const Seed& seed : seeds) {
         const QString name = QLatin1String(seed.name);

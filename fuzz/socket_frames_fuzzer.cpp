@@ -10,9 +10,9 @@
 #include <zal/zmqcontrolsockettemplate.h>
 #include <zal/zmqroutersockettemplate.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -66,7 +66,8 @@ std::vector<QByteArray> splitFrames(const std::uint8_t* data, std::size_t size) 
 void sendFrames(zmq::socket_t& socket, const std::vector<QByteArray>& frames) {
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const int flags = i + 1 < frames.size() ? ZMQ_SNDMORE : 0;
-        const int sent = zmq_send(socket.handle(), frames[i].constData(), std::size_t(frames[i].size()), flags);
+        const int sent =
+            zmq_send(socket.handle(), frames[i].constData(), std::size_t(frames[i].size()), flags);
         ZAL_FUZZ_CHECK(sent == frames[i].size());
     }
 }

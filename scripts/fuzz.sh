@@ -28,9 +28,11 @@ for target in "${targets[@]}"; do
   # New inputs go to the scratch copy only; the tree keeps its small, reviewed seeds.
   mkdir -p "$scratch/$target" "$build/fuzz-findings/$target"
   cp fuzz/corpus/"$target"/* "$scratch/$target/"
+  dict=()
+  [ ! -f "fuzz/$target.dict" ] || dict=(-dict="fuzz/$target.dict")
   echo "fuzz: $target for ${seconds} s"
   if ! "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -max_len=8192 \
-      -print_final_stats=1 -artifact_prefix="$build/fuzz-findings/$target/" \
+      -print_final_stats=1 -artifact_prefix="$build/fuzz-findings/$target/" "${dict[@]}" \
       "$scratch/$target" >"$build/fuzz-findings/$target.log" 2>&1; then
     failed+=("$target")
     tail -n 60 "$build/fuzz-findings/$target.log"
