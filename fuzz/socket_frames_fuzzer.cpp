@@ -3,7 +3,8 @@
 // Input: byte 0 picks the receiver (control envelope modes 0 to 4, router, byte stream); byte 1 the
 // number of frames (1 to 8); then each frame but the last as a length byte and that many bytes, the
 // last frame taking whatever is left. The frames go out as one multipart message; the template's
-// receive must take exactly the frames its framing names and report the rest as the framing says.
+// receive must take exactly the frames its framing names and report the rest as the framing says,
+// and what it received must go back out framed as the template's send promises.
 #include <zal/messages.h>
 #include <zal/socketerror.h>
 #include <zal/zmqbytestreamsockettemplate.h>
@@ -33,7 +34,7 @@ struct Sockets {
 
     Sockets() {
         // A receive can only block for frames that were never sent; the bound turns that into a failure.
-        for (zmq::socket_t* s : {&pairIn, &router}) {
+        for (zmq::socket_t* s : {&pairIn, &pairOut, &router}) {
             s->set(zmq::sockopt::rcvtimeo, 2000);
         }
         pairIn.bind("inproc://fuzz-pair");
@@ -82,6 +83,16 @@ int drain(zmq::socket_t& socket) {
     return left;
 }
 
+std::vector<QByteArray> receiveFrames(zmq::socket_t& socket) {
+    std::vector<QByteArray> frames;
+    zmq::message_t frame;
+    do {
+        ZAL_FUZZ_CHECK(socket.recv(frame));
+        frames.emplace_back(frame.data<char>(), static_cast<qsizetype>(frame.size()));
+    } while (frame.more());
+    return frames;
+}
+
 // Returns whether the receive reported the message malformed; any other failure is a finding.
 template <class Socket, class Message>
 bool receiveRefused(Socket& socket, Message& message) {
@@ -110,6 +121,18 @@ void fuzzControl(int mode, const std::vector<QByteArray>& frames) {
     const int at = addressAt[mode];
     ZAL_FUZZ_CHECK(message.address == (at >= 0 && at < n ? frames[std::size_t(at)] : QByteArray()));
     ZAL_FUZZ_CHECK(message.data == (refused ? QByteArray() : frames[std::size_t(expected - 1)]));
+    if (refused) {
+        return;
+    }
+    // What was received goes back out in the same mode, the address where the framing puts it.
+    static const std::vector<std::vector<int>> layout = {{0, 1, 2}, {1, 0, 2}, {1, 2}, {0, 2}, {2}};
+    const QByteArray fields[] = {message.address, QByteArray(), message.data};
+    std::vector<QByteArray> sent;
+    for (int field : layout[std::size_t(mode)]) {
+        sent.push_back(fields[field]);
+    }
+    socket.sendMessage(message);
+    ZAL_FUZZ_CHECK(receiveFrames(s.pairOut) == sent);
 }
 
 // ZeroMQ puts the peer's identity in front: source, empty, destination, data, and nothing after.
@@ -137,6 +160,9 @@ void fuzzByteStream(const std::vector<QByteArray>& frames) {
     ZAL_FUZZ_CHECK(drain(s.pairIn) == (n > 2 ? n - 2 : 0));
     ZAL_FUZZ_CHECK(message.topic == frames[0]);
     ZAL_FUZZ_CHECK(message.data == (n >= 2 ? frames[1] : QByteArray()));
+    zal::ZmqByteStreamOutSocket out(s.pairIn);
+    out.sendMessage(message);
+    ZAL_FUZZ_CHECK(receiveFrames(s.pairOut) == (std::vector<QByteArray>{message.topic, message.data}));
 }
 
 }  // namespace
