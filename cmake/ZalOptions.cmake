@@ -3,3 +3,6 @@ option(ZAL_BUILD_TESTS "Build the GoogleTest suite" ON)
 option(ZAL_BUILD_BENCH "Build the benchmarks in bench/" ON)
 set(ZAL_SANITIZE "" CACHE STRING "Sanitizers: empty, 'address' (address+undefined) or 'thread'")
 set_property(CACHE ZAL_SANITIZE PROPERTY STRINGS "" address thread)
+# libFuzzer targets in fuzz/; needs clang (scripts/fuzz.sh configures build-fuzz with clang++-14) and
+# instruments everything with ASan+UBSan, so it excludes ZAL_SANITIZE.
+option(ZAL_BUILD_FUZZERS "Build the libFuzzer targets in fuzz/ (clang only)" OFF)

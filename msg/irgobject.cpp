@@ -1171,7 +1171,9 @@ QString IRGObject::GetXmlString() const {
     QString xml;
     QXmlStreamWriter writer(&xml);
     GetXml(writer);
-    return xml;
+    // Qt writes a carriage return in text as it is, and every XML reader turns it into a line feed; outside
+    // text Qt's writer emits none, so escaping them all is exact.
+    return xml.replace(QLatin1Char('\r'), QLatin1String("&#13;"));
 }
 
 void IRGObject::SetXmlString(const QString& xml, bool validateParse) {

@@ -67,9 +67,12 @@ void XmlTextWriter::appendEscaped(const QString& text) {
             case u'"':
                 entity = "&quot;";
                 break;
+            case u'\r':
+                entity = "&#13;";
+                break;
             default:
-                if ((c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r') || (c >= 0xD800 && c <= 0xDFFF) ||
-                    c == 0xFFFE || c == 0xFFFF) {
+                if ((c < 0x20 && c != u'\t' && c != u'\n') || (c >= 0xD800 && c <= 0xDFFF) || c == 0xFFFE ||
+                    c == 0xFFFF) {
                     gaveUp = true;
                     return;
                 }

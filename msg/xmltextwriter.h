@@ -7,9 +7,10 @@
 namespace REPORTGENERATOR {
 
 // The wire form of every control message goes through here, so it avoids QXmlStreamWriter's
-// character-by-character path. It escapes exactly what that writer escapes (< > & ") and gives up
-// (failed() turns true) on any character that writer treats specially (control characters other
-// than tab, newline and carriage return, and surrogates): the caller then writes with Qt instead.
+// character-by-character path. It escapes what that writer escapes (< > & ") and, unlike it, a
+// carriage return, which an XML reader would otherwise turn into a line feed. It gives up (failed()
+// turns true) on any character that writer treats specially (control characters other than tab,
+// newline and carriage return, and surrogates): the caller then writes with Qt instead.
 class XmlTextWriter {
 public:
     void writeStartElement(const QString& name);
