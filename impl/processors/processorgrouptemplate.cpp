@@ -91,6 +91,13 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
         ConfigTool::setErrorMessage(message,
                                     QStringLiteral("Processor of type '%1' could not be created: '%2'.")
                                         .arg(type, QString::fromUtf8(e.what())));
+    } catch (...) {
+        // A plug-in's createProcessor runs in the group's thread: whatever it throws must not end
+        // the group, which would take every processor of the group with it.
+        ConfigTool::setErrorMessage(
+            message,
+            QStringLiteral("Processor of type '%1' could not be created: 'An unknown exception was thrown'.")
+                .arg(type));
     }
 }
 
