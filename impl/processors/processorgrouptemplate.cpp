@@ -1,9 +1,11 @@
 #include "zal/processorgrouptemplate.h"
 
 #include "zal/configtool.h"
+#include "zal/context.h"
 #include "zal/endpoints.h"
 #include "zal/pluginmanager.h"
 #include "zal/processorinfo.h"
+#include "zal/zmqhelper.h"
 
 namespace zal {
 
@@ -113,6 +115,9 @@ ProcessorGroupTemplate<Traits>::~ProcessorGroupTemplate() {
 
 template <class Traits>
 bool ProcessorGroupTemplate<Traits>::initialize() {
+    broadcastSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::pub);
+    std::string broadcast = Endpoints::getGroupBroadcastEndpoint(name, prefix);
+    ZmqHelper::bindSocket(*broadcastSocket, broadcast);
     nameService = std::make_unique<ZmqControllableThread<NameService>>(new NameService(name, prefix));
     handler = std::make_unique<ProcessorGroupHandlerTemplate<Traits>>(*this);
     openLine(Endpoints::getInternalRouterEndpoint(prefix), Endpoints::getGroupEndpoint(name, prefix),
@@ -125,6 +130,7 @@ template <class Traits>
 void ProcessorGroupTemplate<Traits>::release() {
     processors.clear();
     nameService.reset();
+    broadcastSocket.reset();
     closeLine();
     handler.reset();
 }
