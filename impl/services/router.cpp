@@ -31,6 +31,10 @@ bool Router::initialize() {
     addCreatorSocket();
     externalSocket = makeMandatoryRouter();
     internalSocket = makeMandatoryRouter();
+    // A group or processor deleted and created again under the same name connects with the same
+    // identity while the old connection may still be closing; without the hand-over the router
+    // would keep the old one and every request to the new service would be dropped.
+    internalSocket->set(zmq::sockopt::router_handover, 1);
     externalRouterSocket = std::make_shared<ZmqRouterSocket>(*externalSocket);
     internalRouterSocket = std::make_shared<ZmqRouterSocket>(*internalSocket);
     externalHandler = std::make_unique<RouterHandler>();
