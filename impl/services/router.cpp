@@ -30,6 +30,10 @@ Router::~Router() {
 bool Router::initialize() {
     addCreatorSocket();
     externalSocket = makeMandatoryRouter();
+    // A client that stops reading fills its connection; a blocking send would then stop the
+    // router, and with it every other client and service. A reply that no longer fits is
+    // dropped like one for a client that has gone.
+    externalSocket->set(zmq::sockopt::sndtimeo, 0);
     internalSocket = makeMandatoryRouter();
     // A group or processor deleted and created again under the same name connects with the same
     // identity while the old connection may still be closing; without the hand-over the router
