@@ -6,12 +6,13 @@
 
 namespace zal {
 
-Environment::Environment(const std::string& frontendAddress)
-    : Environment(std::make_shared<PluginManager>(), frontendAddress) {}
+Environment::Environment(const std::string& frontendAddress, RouterOptions routerOptions)
+    : Environment(std::make_shared<PluginManager>(), frontendAddress, routerOptions) {}
 
-Environment::Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress)
+Environment::Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress,
+                         RouterOptions routerOptions)
     : frontendAddress(std::make_shared<std::string>(frontendAddress)),
-      routerThread(new Router(this->frontendAddress)),
+      routerThread(new Router(this->frontendAddress, routerOptions)),
       groupManagerThread(new ProcessorGroupManager(
           std::move(pluginManager), Endpoints::getGroupManagerEndpoint(internalAddressPrefixDefault))) {}
 

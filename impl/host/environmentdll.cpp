@@ -27,9 +27,11 @@ bool EnvironmentDll::Execute(int, char**) {
         const std::string address = cfg->readString(QStringLiteral("EnvironmentAddress"),
                                                     QString::fromStdString(routerFrontendAddressDefault))
                                         .toStdString();
+        RouterOptions routerOptions;
+        routerOptions.dropMalformed = cfg->readBool(QStringLiteral("RouterDropMalformed"), false);
         // The old environment holds the endpoints the new one binds: it goes first, completely.
         environment.reset();
-        environment = std::make_unique<Environment>(address);
+        environment = std::make_unique<Environment>(address, routerOptions);
         return true;
     } catch (const std::exception& e) {
         if (ErrorHandler::isTracing()) {

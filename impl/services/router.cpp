@@ -3,24 +3,44 @@
 #include "zal/constants.h"
 #include "zal/context.h"
 #include "zal/endpoints.h"
+#include "zal/errorhandler.h"
 #include "zal/zmqhelper.h"
 
 namespace zal {
 
 namespace {
 
-std::unique_ptr<zmq::socket_t> makeMandatoryRouter() {
+std::unique_ptr<zmq::socket_t> makeMandatoryRouter(const RouterOptions& options) {
     auto socket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::router);
     socket->set(zmq::sockopt::router_mandatory, 1);
+    if (options.dropMalformed) {
+        // With ROUTER_MANDATORY a send to a peer whose queue is full blocks; without a time-out one
+        // client that stops reading would stall the router for everybody.
+        socket->set(zmq::sockopt::sndtimeo, 0);
+    }
     return socket;
+}
+
+// Identities chosen by ZeroMQ are binary; those the system's peers choose are text with a final
+// zero byte. Either way the trace line stays one readable line.
+QString printableIdentity(const QByteArray& identity) {
+    const QByteArray text = identity.endsWith('\0') ? identity.chopped(1) : identity;
+    for (const char c : text) {
+        if (c < 0x20 || c > 0x7e) {
+            return QStringLiteral("0x") + QString::fromLatin1(identity.toHex());
+        }
+    }
+    return QString::fromLatin1(text);
 }
 
 }  // namespace
 
-Router::Router(const std::string& frontendAddress) : Router(std::make_shared<std::string>(frontendAddress)) {}
+Router::Router(const std::string& frontendAddress, RouterOptions options)
+    : Router(std::make_shared<std::string>(frontendAddress), options) {}
 
-Router::Router(std::shared_ptr<std::string> frontendAddress)
+Router::Router(std::shared_ptr<std::string> frontendAddress, RouterOptions options)
     : frontendAddress(std::move(frontendAddress)),
+      options(options),
       internalAddress(Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault)) {}
 
 Router::~Router() {
@@ -29,16 +49,21 @@ Router::~Router() {
 
 bool Router::initialize() {
     addCreatorSocket();
-    externalSocket = makeMandatoryRouter();
-    internalSocket = makeMandatoryRouter();
+    externalSocket = makeMandatoryRouter(options);
+    internalSocket = makeMandatoryRouter(options);
     externalRouterSocket = std::make_shared<ZmqRouterSocket>(*externalSocket);
     internalRouterSocket = std::make_shared<ZmqRouterSocket>(*internalSocket);
     externalHandler = std::make_unique<RouterHandler>();
     internalHandler = std::make_unique<RouterHandler>();
-    internalClient = std::make_unique<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>>(
-        internalRouterSocket.get(), internalHandler.get(), externalRouterSocket.get());
-    externalClient = std::make_unique<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>>(
-        externalRouterSocket.get(), externalHandler.get(), internalRouterSocket.get());
+    using Client = ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>;
+    Client::MalformedCallback onMalformed;
+    if (options.dropMalformed) {
+        onMalformed = [this](const RouterMessage& partial) { dropMalformed(partial); };
+    }
+    internalClient = std::make_unique<Client>(internalRouterSocket.get(), internalHandler.get(),
+                                              externalRouterSocket.get(), onMalformed);
+    externalClient = std::make_unique<Client>(externalRouterSocket.get(), externalHandler.get(),
+                                              internalRouterSocket.get(), onMalformed);
     ZmqHelper::bindSocket(*internalSocket, internalAddress);
     ZmqHelper::bindSocket(*externalSocket, *frontendAddress);
     internalIndex = reader.addSocket(*internalSocket, ZMQ_POLLIN);
@@ -57,6 +82,14 @@ void Router::process() {
         if (reader.getEvents(externalIndex) != 0) {
             externalClient->processInput();
         }
+    }
+}
+
+void Router::dropMalformed(const RouterMessage& partial) {
+    if (ErrorHandler::isTracing()) {
+        _Q_Trace(QStringLiteral("Router: Invalid message format from '%1', message dropped")
+                     .arg(printableIdentity(partial.source)),
+                 "router", __LINE__);
     }
 }
 

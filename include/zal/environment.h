@@ -6,6 +6,7 @@
 
 #include "zal/processorgroupmanagertemplate.h"
 #include "zal/router.h"
+#include "zal/routeroptions.h"
 #include "zal/zmqcontrollablethread.h"
 
 namespace zal {
@@ -19,8 +20,9 @@ class PluginManager;
 class Environment {
 public:
     // Processors come from a plug-in manager over the application directory and ZAL_PLUGIN_PATH.
-    explicit Environment(const std::string& frontendAddress);
-    Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress);
+    explicit Environment(const std::string& frontendAddress, RouterOptions routerOptions = {});
+    Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress,
+                RouterOptions routerOptions = {});
     ~Environment();
 
     Environment(const Environment&) = delete;

@@ -59,6 +59,7 @@
 #include "zal/processorerror.h"
 #include "zal/router.h"
 #include "zal/routerhandler.h"
+#include "zal/routeroptions.h"
 
 // Processors
 #include "zal/baseplugin.h"
@@ -69,12 +70,12 @@
 
 // Processor groups, stream processors and the environment
 #include "zal/entrypoints.h"
+#include "zal/environment.h"
+#include "zal/environmentdll.h"
 #include "zal/processorbase.h"
 #include "zal/processorcontrolinterface.h"
 #include "zal/processorcontrolmessagehandler.h"
-#include "zal/processorinfo.h"
-#include "zal/environment.h"
-#include "zal/environmentdll.h"
 #include "zal/processorgroupmanagertemplate.h"
 #include "zal/processorgrouptemplate.h"
+#include "zal/processorinfo.h"
 #include "zal/streamprocessor.h"

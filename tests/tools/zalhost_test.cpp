@@ -5,8 +5,10 @@
 #include <QTemporaryDir>
 
 #include "recordingreader.h"
+#include "support/frontendclient.h"
 #include "support/program.h"
 #include "support/qtprinters.h"
+#include "zal/constants.h"
 
 using zaltest::RunningProgram;
 using zaltest::runProgram;
@@ -42,6 +44,17 @@ QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path) {
 QString frontendOf(RunningProgram& host) {
     const QString line = host.awaitLine("frontend listening at ");
     return line.isNull() ? line : line.section(' ', -1);
+}
+
+// Whether the host still answers on a connection after a message there that the router cannot
+// read (two frames). One connection keeps its order, so the request is read after it.
+bool answersAfterMalformed(const QString& frontend, long timeoutMs) {
+    zaltest::FrontendClient client(frontend.toStdString());
+    client.sendRaw({"", "inproc://zal"});
+    client.send(
+        zal::internalAddressPrefixDefault,
+        zal::ControlMessageHelper::toPayload(zal::ControlMessageHelper::makeQueryProcessorGroupsMessage()));
+    return client.receive(timeoutMs).size() == 3;
 }
 
 }  // namespace
@@ -160,4 +173,29 @@ TEST_F(ZalHost, ReplaysARecordingAsItWasGenerated) {
     ASSERT_EQ(outcome.status, 0) << outcome.err.toStdString();
     EXPECT_TRUE(outcome.out.contains("summary g/player: done=true")) << outcome.out.toStdString();
     EXPECT_EQ(messagesOf(dir.filePath("second.zrec")), generated);
+}
+
+TEST_F(ZalHost, ATcpFrontendOutlivesMalformedMessagesUnlessConfiguredNotTo) {
+    qputenv("ZAL_TRACE_MASK", "0x20");
+    {
+        RunningProgram host("zal-host",
+                            {"--config", write("tcp.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n")});
+        const QString frontend = frontendOf(host);
+        ASSERT_TRUE(frontend.startsWith("tcp://")) << host.output().toStdString();
+        EXPECT_TRUE(answersAfterMalformed(frontend, 10000));
+        EXPECT_FALSE(host.awaitLine("Invalid message format from '0x").isNull())
+            << host.output().toStdString();
+        EXPECT_EQ(runProgram("zalctl", {"-e", frontend, "groups"}).status, 0);
+        EXPECT_EQ(host.terminate(), 0);
+    }
+    {
+        RunningProgram host("zal-host", {"--config", write("strict.ini",
+                                                           "EnvironmentAddress=tcp://127.0.0.1:*\n"
+                                                           "RouterDropMalformed=false\n")});
+        const QString frontend = frontendOf(host);
+        ASSERT_TRUE(frontend.startsWith("tcp://")) << host.output().toStdString();
+        EXPECT_FALSE(answersAfterMalformed(frontend, 2000)) << "the explicit setting wins: the router ended";
+        EXPECT_EQ(runProgram("zalctl", {"--timeout", "1000", "-e", frontend, "groups"}).status, 3);
+    }
+    qunsetenv("ZAL_TRACE_MASK");
 }

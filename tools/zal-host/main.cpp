@@ -16,6 +16,7 @@
 #include "zal/context.h"
 #include "zal/environment.h"
 #include "zal/environmentdll.h"
+#include "zal/icfg.h"
 #include "zal/idllinstance.h"
 
 namespace {
@@ -69,6 +70,20 @@ void raiseDescriptorLimit() {
     }
 }
 
+const wchar_t* const instanceName = L"zal-host";
+
+// Anything that reaches a TCP frontend will send a malformed message sooner or later, and by the
+// library's default that ends the router; the host keeps serving instead. The configuration's
+// own RouterDropMalformed still wins, read the same way the library reads it.
+void preferDroppingMalformedOnTcp() {
+    const std::unique_ptr<ICfg> cfg =
+        CfgCenter::CreateCfg(QString::fromWCharArray(instanceName), 2, QString());
+    if (cfg && cfg->readString(QStringLiteral("EnvironmentAddress"), QString())
+                   .startsWith(QLatin1String("tcp://"))) {
+        CfgCenter::SetDefault(QStringLiteral("RouterDropMalformed"), QStringLiteral("true"));
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -81,7 +96,8 @@ int main(int argc, char** argv) {
     parser.setApplicationDescription(
         QStringLiteral("Runs the zal middleware in this process until SIGINT, SIGTERM or --duration.\n"
                        "The frontend address is the key EnvironmentAddress of the configuration (default: "
-                       "in-process only).\n\n") +
+                       "in-process only). RouterDropMalformed (default: on for a tcp:// frontend, else off)\n"
+                       "makes the router drop malformed messages instead of stopping.\n\n") +
         QString::fromLatin1(statusHelp));
     parser.addHelpOption();
     const QCommandLineOption config(QStringLiteral("config"),
@@ -126,13 +142,14 @@ int main(int argc, char** argv) {
     }
 
     raiseDescriptorLimit();
+    preferDroppingMalformedOnTcp();
     Library library;
     QString loadError;
     if (!library.load(loadError)) {
         err << "zal-host: cannot load libzal.so: " << loadError << "\n";
         return StartFailed;
     }
-    IDllInstance* instance = library.create(L"zal-host");
+    IDllInstance* instance = library.create(instanceName);
     if (instance == nullptr || !instance->Execute(argc, argv)) {
         err << "zal-host: the environment did not start (ZAL_TRACE_MASK=0x20 shows why)\n";
         library.destroy(instance);

@@ -1,0 +1,15 @@
+// What a configuration asks of the router beyond its addresses.
+#pragma once
+
+namespace zal {
+
+struct RouterOptions {
+    // Off, the library's default: a malformed message (wrong number of frames) ends the router's
+    // loop with SocketError "Invalid message format". On: the rest of that message is dropped,
+    // "Invalid message format" is traced with the sender's identity, and the loop goes on; and a
+    // send that would block (a peer that stopped reading, or whose queue is full) is dropped as
+    // undeliverable, so that one such peer cannot stall every other.
+    bool dropMalformed = false;
+};
+
+}  // namespace zal
