@@ -12,6 +12,10 @@ Environment::Environment(const std::string& frontendAddress, RouterOptions route
 Environment::Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress,
                          RouterOptions routerOptions)
     : frontendAddress(std::make_shared<std::string>(frontendAddress)),
+      zapThread(routerOptions.curveSecretKey.empty()
+                    ? nullptr
+                    : std::make_unique<ZmqControllableThread<ZapHandler>>(
+                          new ZapHandler(routerOptions.curveAuthorizedKeys))),
       routerThread(new Router(this->frontendAddress, routerOptions)),
       groupManagerThread(new ProcessorGroupManager(
           std::move(pluginManager), Endpoints::getGroupManagerEndpoint(internalAddressPrefixDefault))) {}

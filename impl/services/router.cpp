@@ -4,6 +4,7 @@
 #include "zal/context.h"
 #include "zal/endpoints.h"
 #include "zal/errorhandler.h"
+#include "zal/zaphandler.h"
 #include "zal/zmqhelper.h"
 
 namespace zal {
@@ -50,6 +51,11 @@ Router::~Router() {
 bool Router::initialize() {
     addCreatorSocket();
     externalSocket = makeMandatoryRouter(options);
+    if (!options.curveSecretKey.empty()) {
+        externalSocket->set(zmq::sockopt::curve_server, 1);
+        externalSocket->set(zmq::sockopt::curve_secretkey, options.curveSecretKey);
+        externalSocket->set(zmq::sockopt::zap_domain, ZapHandler::domain);
+    }
     internalSocket = makeMandatoryRouter(options);
     externalRouterSocket = std::make_shared<ZmqRouterSocket>(*externalSocket);
     internalRouterSocket = std::make_shared<ZmqRouterSocket>(*internalSocket);
@@ -66,6 +72,10 @@ bool Router::initialize() {
                                               internalRouterSocket.get(), onMalformed);
     ZmqHelper::bindSocket(*internalSocket, internalAddress);
     ZmqHelper::bindSocket(*externalSocket, *frontendAddress);
+    if (!options.curveSecretKey.empty() && *frontendAddress != routerFrontendAddressDefault) {
+        std::string inProcess = routerFrontendAddressDefault;
+        ZmqHelper::bindSocket(*externalSocket, inProcess);
+    }
     internalIndex = reader.addSocket(*internalSocket, ZMQ_POLLIN);
     externalIndex = reader.addSocket(*externalSocket, ZMQ_POLLIN);
     return true;

@@ -24,7 +24,8 @@ public:
     ~Router() override;
 
     // Binds the internal endpoint, then the frontend (a wildcard frontend is written back
-    // resolved into the shared address). Failures are thrown.
+    // resolved into the shared address), and with CURVE also the in-process frontend address.
+    // Failures are thrown.
     bool initialize() override;
     // Serves the internal side before the external one, one message per side per pass, until the
     // creator speaks. A malformed message ends the loop with SocketError, unless the options

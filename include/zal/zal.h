@@ -23,6 +23,7 @@
 // Transport
 #include "zal/constants.h"
 #include "zal/context.h"
+#include "zal/curvekeys.h"
 #include "zal/endpoints.h"
 #include "zal/inputclient.h"
 #include "zal/messagehandler.h"
@@ -60,6 +61,7 @@
 #include "zal/router.h"
 #include "zal/routerhandler.h"
 #include "zal/routeroptions.h"
+#include "zal/zaphandler.h"
 
 // Processors
 #include "zal/baseplugin.h"

@@ -84,3 +84,14 @@ TEST_F(ConfigEnvironment, HostDefaultsStandBetweenTheFileAndTheReadersDefault) {
     ASSERT_TRUE(empty);
     EXPECT_EQ(empty->readInt("HostDefaultCount", 1), 5);
 }
+
+TEST_F(ConfigEnvironment, Z85TextReadsBackUnchangedInDoubleQuotes) {
+    // Every punctuation character of Z85, among them INI's comment and list characters.
+    const QString text = QStringLiteral("Ab9.-:+=^!/*?&<>()[]{}@%$#");
+    const QString path = dir.filePath("keys.ini");
+    writeFile(path, "Quoted=\"" + text.toUtf8() + "\"\n");
+    qputenv("ZAL_CONFIG", path.toLocal8Bit());
+    auto cfg = CfgCenter::CreateCfg("anything", 2, "");
+    ASSERT_TRUE(cfg);
+    EXPECT_EQ(cfg->readString("Quoted", QString()), text);
+}

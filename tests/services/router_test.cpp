@@ -42,6 +42,12 @@ void awaitRoute(zaltest::FrontendClient& client, zmq::socket_t& peer) {
     FAIL() << "the inside peer never became reachable";
 }
 
+RouterOptions droppingMalformed() {
+    RouterOptions options;
+    options.dropMalformed = true;
+    return options;
+}
+
 }  // namespace
 
 TEST(Router, CarriesRequestsInAndRepliesOutByIdentity) {
@@ -102,7 +108,7 @@ TEST(Router, MalformedMessagesEndTheLoopWithTheirText) {
 
 TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
     zaltest::TraceCapture trace;
-    RunningRouter router(RouterOptions{true});
+    RunningRouter router(droppingMalformed());
     auto peer = insidePeer(serviceIdentity);
     zaltest::FrontendClient client(*router.frontend);
     awaitRoute(client, peer);
@@ -147,7 +153,7 @@ TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
 }
 
 TEST(Router, APeerThatStopsReadingStallsNobodyWhenDroppingIsOn) {
-    RunningRouter router(RouterOptions{true});
+    RunningRouter router(droppingMalformed());
     auto peer = insidePeer(serviceIdentity);
     zaltest::FrontendClient client(*router.frontend);
     awaitRoute(client, peer);

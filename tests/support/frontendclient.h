@@ -12,6 +12,10 @@ namespace zaltest {
 class FrontendClient {
 public:
     explicit FrontendClient(const std::string& frontend) { zal::ZmqHelper::connectSocket(socket, frontend); }
+    // Over a socket prepared by the caller (with security options, say), not yet connected.
+    FrontendClient(zmq::socket_t prepared, const std::string& frontend) : socket(std::move(prepared)) {
+        zal::ZmqHelper::connectSocket(socket, frontend);
+    }
 
     void sendRaw(const std::vector<QByteArray>& frames) { sendFrames(socket, frames); }
 
