@@ -199,3 +199,95 @@ TEST_F(ZalHost, ATcpFrontendOutlivesMalformedMessagesUnlessConfiguredNotTo) {
     }
     qunsetenv("ZAL_TRACE_MASK");
 }
+
+TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
+    // Keys as a user makes them: zalctl keygen, the client's public key file as the authorised list.
+    for (const QString name : {"server", "client", "stranger"}) {
+        const auto made = runProgram("zalctl", {"keygen", "--public-file", dir.filePath(name + ".pub"),
+                                                "--secret-file", dir.filePath(name + ".secret")});
+        ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    }
+    QFile clientPublic(dir.filePath("client.pub"));
+    ASSERT_TRUE(clientPublic.open(QIODevice::ReadOnly));
+    write("authorized", "# who may control this host\n" + clientPublic.readAll());
+    // Relative key files are found beside the configuration.
+    const QString config = write("curve.ini",
+                                 "EnvironmentAddress=tcp://127.0.0.1:*\n"
+                                 "CurveSecretKeyFile=server.secret\n"
+                                 "CurveAuthorizedKeysFile=authorized\n");
+    RunningProgram host("zal-host",
+                        {"--config", config, "--pipeline", write("own.pipeline", "create-group piped\n")});
+    const QString frontend = frontendOf(host);
+    ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
+
+    const QStringList authorised = {"--curve-server-key-file",
+                                    dir.filePath("server.pub"),
+                                    "--curve-secret-key-file",
+                                    dir.filePath("client.secret"),
+                                    "-e",
+                                    frontend};
+    auto outcome = runProgram("zalctl", authorised + QStringList{"groups"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_EQ(outcome.out, "Success\npiped\n")
+        << "the host's own pipeline went through its in-process frontend";
+
+    const QStringList refused[] = {
+        {"--curve-server-key-file", dir.filePath("server.pub"), "--curve-secret-key-file",
+         dir.filePath("stranger.secret")},
+        {},
+    };
+    for (const QStringList& keys : refused) {
+        outcome = runProgram("zalctl", keys + QStringList{"--timeout", "1500", "-e", frontend, "groups"});
+        EXPECT_EQ(outcome.status, 3) << keys.join(' ').toStdString();
+        EXPECT_TRUE(outcome.out.isEmpty()) << outcome.out.toStdString();
+    }
+    outcome = runProgram("zalctl", authorised + QStringList{"create-group", "after"});
+    EXPECT_EQ(outcome.status, 0) << "the host kept serving: " << outcome.err.toStdString();
+    EXPECT_FALSE(host.output().contains("WARNING")) << host.output().toStdString();
+    EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+}
+
+TEST_F(ZalHost, WarnsOfAFrontendOpenToTheNetworkWithoutCurve) {
+    const auto run = [&](const QString& name, const QByteArray& content) {
+        return runProgram("zal-host", {"--config", write(name, content), "--duration", "0.2"});
+    };
+    auto outcome = run("open.ini", "EnvironmentAddress=tcp://0.0.0.0:*\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_TRUE(outcome.err.contains("zal-host: WARNING: the frontend tcp://0.0.0.0:"))
+        << outcome.err.toStdString();
+    EXPECT_TRUE(outcome.err.contains("without authentication or encryption"));
+
+    outcome = run("loopback.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_FALSE(outcome.err.contains("WARNING")) << outcome.err.toStdString();
+
+    ASSERT_EQ(runProgram("zalctl", {"keygen", "--secret-file", dir.filePath("server.secret")}).status, 0);
+    write("nobody", "# nobody yet\n");
+    outcome = run("secured.ini",
+                  "EnvironmentAddress=tcp://"
+                  "0.0.0.0:*\nCurveSecretKeyFile=server.secret\nCurveAuthorizedKeysFile=nobody\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_FALSE(outcome.err.contains("WARNING")) << outcome.err.toStdString();
+
+    // Half a CURVE configuration is refused rather than run open; the trace says why.
+    QProcessEnvironment tracing = QProcessEnvironment::systemEnvironment();
+    tracing.insert("ZAL_TRACE_MASK", "0x20");
+    const struct {
+        QByteArray config;
+        QString reason;
+    } halves[] = {
+        {"CurveSecretKeyFile=server.secret\n", "a CURVE secret key is set without CurveAuthorizedKeysFile"},
+        {"CurveAuthorizedKeysFile=nobody\n", "neither CurveSecretKey nor CurveSecretKeyFile"},
+        {"CurveSecretKey=tooshort\nCurveAuthorizedKeysFile=nobody\n", "CurveSecretKey is not a CURVE key"},
+        {"CurveSecretKeyFile=nobody\nCurveAuthorizedKeysFile=nobody\n", "holds 0 keys where one is expected"},
+    };
+    for (const auto& half : halves) {
+        outcome =
+            runProgram("zal-host",
+                       {"--config", write("half.ini", "EnvironmentAddress=tcp://0.0.0.0:*\n" + half.config),
+                        "--duration", "0.2"},
+                       tracing);
+        EXPECT_EQ(outcome.status, 1) << half.config.toStdString();
+        EXPECT_TRUE(outcome.err.contains(half.reason)) << outcome.err.toStdString();
+    }
+}

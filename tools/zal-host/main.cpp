@@ -13,6 +13,7 @@
 #include "commandbinding.h"
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
+#include "zal/constants.h"
 #include "zal/context.h"
 #include "zal/environment.h"
 #include "zal/environmentdll.h"
@@ -84,6 +85,16 @@ void preferDroppingMalformedOnTcp() {
     }
 }
 
+// Loopback only: 127.0.0.0/8 and ::1, as ZeroMQ reports a bound address (tcp://HOST:PORT).
+bool isLoopbackTcp(const QString& endpoint) {
+    QString host = endpoint.mid(6).section(QLatin1Char(':'), 0, -2);
+    if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']'))) {
+        host = host.mid(1, host.size() - 2);
+    }
+    return host.startsWith(QLatin1String("127.")) || host == QLatin1String("::1") ||
+           host == QLatin1String("localhost");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -94,10 +105,12 @@ int main(int argc, char** argv) {
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Runs the zal middleware in this process until SIGINT, SIGTERM or --duration.\n"
-                       "The frontend address is the key EnvironmentAddress of the configuration (default: "
-                       "in-process only). RouterDropMalformed (default: on for a tcp:// frontend, else off)\n"
-                       "makes the router drop malformed messages instead of stopping.\n\n") +
+        QStringLiteral(
+            "Runs the zal middleware in this process until SIGINT, SIGTERM or --duration.\n"
+            "The frontend address is the key EnvironmentAddress of the configuration (default: "
+            "in-process only). RouterDropMalformed (default: on for a tcp:// frontend, else off)\n"
+            "makes the router drop malformed messages instead of stopping. CurveSecretKeyFile (or\n"
+            "CurveSecretKey) with CurveAuthorizedKeysFile admits authorised CURVE clients only.\n\n") +
         QString::fromLatin1(statusHelp));
     parser.addHelpOption();
     const QCommandLineOption config(QStringLiteral("config"),
@@ -161,11 +174,23 @@ int main(int argc, char** argv) {
                                      : std::string();
     out << "zal-host: frontend listening at " << QString::fromStdString(frontend) << "\n";
     out.flush();
+    const bool curve = environmentDll != nullptr && environmentDll->getEnvironment()->frontendUsesCurve();
+    const QString frontendText = QString::fromStdString(frontend);
+    if (frontendText.startsWith(QLatin1String("tcp://")) && !curve && !isLoopbackTcp(frontendText)) {
+        err << "zal-host: WARNING: the frontend " << frontendText
+            << " is reachable from the network without authentication or encryption: anyone who can "
+               "connect can control this host and read its replies. Set CurveSecretKeyFile and "
+               "CurveAuthorizedKeysFile in the configuration, or listen on 127.0.0.1.\n";
+        err.flush();
+    }
+    // The host's own clients are inside the process: with CURVE they use the in-process frontend,
+    // which needs no keys.
+    const std::string ownFrontend = curve ? std::string(zal::routerFrontendAddressDefault) : frontend;
 
     int status = Ok;
     // The runner's sockets must be closed before the context goes, or terminating it waits forever.
-    auto runner =
-        std::make_unique<PipelineRunner>(frontend, splitPipelineLine, makeCommandExecutor(frontend), out);
+    auto runner = std::make_unique<PipelineRunner>(ownFrontend, splitPipelineLine,
+                                                   makeCommandExecutor(ownFrontend), out);
     if (parser.isSet(pipeline)) {
         QString error;
         if (!runner->run(parser.value(pipeline), error)) {
