@@ -3,24 +3,45 @@
 #include "zal/constants.h"
 #include "zal/context.h"
 #include "zal/endpoints.h"
+#include "zal/errorhandler.h"
+#include "zal/zaphandler.h"
 #include "zal/zmqhelper.h"
 
 namespace zal {
 
 namespace {
 
-std::unique_ptr<zmq::socket_t> makeMandatoryRouter() {
+std::unique_ptr<zmq::socket_t> makeMandatoryRouter(const RouterOptions& options) {
     auto socket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::router);
     socket->set(zmq::sockopt::router_mandatory, 1);
+    if (options.dropMalformed) {
+        // With ROUTER_MANDATORY a send to a peer whose queue is full blocks; without a time-out one
+        // client that stops reading would stall the router for everybody.
+        socket->set(zmq::sockopt::sndtimeo, 0);
+    }
     return socket;
+}
+
+// Identities chosen by ZeroMQ are binary; those the system's peers choose are text with a final
+// zero byte. Either way the trace line stays one readable line.
+QString printableIdentity(const QByteArray& identity) {
+    const QByteArray text = identity.endsWith('\0') ? identity.chopped(1) : identity;
+    for (const char c : text) {
+        if (c < 0x20 || c > 0x7e) {
+            return QStringLiteral("0x") + QString::fromLatin1(identity.toHex());
+        }
+    }
+    return QString::fromLatin1(text);
 }
 
 }  // namespace
 
-Router::Router(const std::string& frontendAddress) : Router(std::make_shared<std::string>(frontendAddress)) {}
+Router::Router(const std::string& frontendAddress, RouterOptions options)
+    : Router(std::make_shared<std::string>(frontendAddress), options) {}
 
-Router::Router(std::shared_ptr<std::string> frontendAddress)
+Router::Router(std::shared_ptr<std::string> frontendAddress, RouterOptions options)
     : frontendAddress(std::move(frontendAddress)),
+      options(options),
       internalAddress(Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault)) {}
 
 Router::~Router() {
@@ -29,12 +50,17 @@ Router::~Router() {
 
 bool Router::initialize() {
     addCreatorSocket();
-    externalSocket = makeMandatoryRouter();
+    externalSocket = makeMandatoryRouter(options);
     // A client that stops reading fills its connection; a blocking send would then stop the
     // router, and with it every other client and service. A reply that no longer fits is
     // dropped like one for a client that has gone.
     externalSocket->set(zmq::sockopt::sndtimeo, 0);
-    internalSocket = makeMandatoryRouter();
+    if (!options.curveSecretKey.empty()) {
+        externalSocket->set(zmq::sockopt::curve_server, 1);
+        externalSocket->set(zmq::sockopt::curve_secretkey, options.curveSecretKey);
+        externalSocket->set(zmq::sockopt::zap_domain, ZapHandler::domain);
+    }
+    internalSocket = makeMandatoryRouter(options);
     // A group or processor deleted and created again under the same name connects with the same
     // identity while the old connection may still be closing; without the hand-over the router
     // would keep the old one and every request to the new service would be dropped.
@@ -43,12 +69,21 @@ bool Router::initialize() {
     internalRouterSocket = std::make_shared<ZmqRouterSocket>(*internalSocket);
     externalHandler = std::make_unique<RouterHandler>();
     internalHandler = std::make_unique<RouterHandler>();
-    internalClient = std::make_unique<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>>(
-        internalRouterSocket.get(), internalHandler.get(), externalRouterSocket.get());
-    externalClient = std::make_unique<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>>(
-        externalRouterSocket.get(), externalHandler.get(), internalRouterSocket.get());
+    using Client = ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>;
+    Client::MalformedCallback onMalformed;
+    if (options.dropMalformed) {
+        onMalformed = [this](const RouterMessage& partial) { dropMalformed(partial); };
+    }
+    internalClient = std::make_unique<Client>(internalRouterSocket.get(), internalHandler.get(),
+                                              externalRouterSocket.get(), onMalformed);
+    externalClient = std::make_unique<Client>(externalRouterSocket.get(), externalHandler.get(),
+                                              internalRouterSocket.get(), onMalformed);
     ZmqHelper::bindSocket(*internalSocket, internalAddress);
     ZmqHelper::bindSocket(*externalSocket, *frontendAddress);
+    if (!options.curveSecretKey.empty() && *frontendAddress != routerFrontendAddressDefault) {
+        std::string inProcess = routerFrontendAddressDefault;
+        ZmqHelper::bindSocket(*externalSocket, inProcess);
+    }
     internalIndex = reader.addSocket(*internalSocket, ZMQ_POLLIN);
     externalIndex = reader.addSocket(*externalSocket, ZMQ_POLLIN);
     return true;
@@ -65,6 +100,14 @@ void Router::process() {
         if (reader.getEvents(externalIndex) != 0) {
             externalClient->processInput();
         }
+    }
+}
+
+void Router::dropMalformed(const RouterMessage& partial) {
+    if (ErrorHandler::isTracing()) {
+        _Q_Trace(QStringLiteral("Router: Invalid message format from '%1', message dropped")
+                     .arg(printableIdentity(partial.source)),
+                 "router", __LINE__);
     }
 }
 

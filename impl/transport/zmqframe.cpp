@@ -39,7 +39,7 @@ void FrameReader::nextWithMore(QByteArray* keep) {
         appendTo(*keep);
     }
     if (!more) {
-        throw SocketError(invalidMessageFormat);
+        throw MessageFormatError(invalidMessageFormat);
     }
 }
 

@@ -20,7 +20,7 @@ public:
     // block (or timed out) throws SocketError "recv() failed"; other errors zmq::error_t.
     bool next();
     void appendTo(QByteArray& field) const;
-    // next() that insists on a following frame: SocketError "Invalid message format" otherwise.
+    // next() that insists on a following frame: MessageFormatError "Invalid message format" otherwise.
     void nextWithMore(QByteArray* keep);
 
 private:
