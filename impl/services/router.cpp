@@ -11,14 +11,9 @@ namespace zal {
 
 namespace {
 
-std::unique_ptr<zmq::socket_t> makeMandatoryRouter(const RouterOptions& options) {
+std::unique_ptr<zmq::socket_t> makeMandatoryRouter() {
     auto socket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::router);
     socket->set(zmq::sockopt::router_mandatory, 1);
-    if (options.dropMalformed) {
-        // With ROUTER_MANDATORY a send to a peer whose queue is full blocks; without a time-out one
-        // client that stops reading would stall the router for everybody.
-        socket->set(zmq::sockopt::sndtimeo, 0);
-    }
     return socket;
 }
 
@@ -50,7 +45,7 @@ Router::~Router() {
 
 bool Router::initialize() {
     addCreatorSocket();
-    externalSocket = makeMandatoryRouter(options);
+    externalSocket = makeMandatoryRouter();
     // A client that stops reading fills its connection; a blocking send would then stop the
     // router, and with it every other client and service. A reply that no longer fits is
     // dropped like one for a client that has gone.
@@ -60,7 +55,7 @@ bool Router::initialize() {
         externalSocket->set(zmq::sockopt::curve_secretkey, options.curveSecretKey);
         externalSocket->set(zmq::sockopt::zap_domain, ZapHandler::domain);
     }
-    internalSocket = makeMandatoryRouter(options);
+    internalSocket = makeMandatoryRouter();
     // A group or processor deleted and created again under the same name connects with the same
     // identity while the old connection may still be closing; without the hand-over the router
     // would keep the old one and every request to the new service would be dropped.
