@@ -1,11 +1,17 @@
 #include <QDir>
 #include <QFileInfo>
+#include <QMap>
 #include <QSettings>
 
 #include "zal/applicationdirectory.h"
 #include "zal/icfg.h"
 
 namespace {
+
+QMap<QString, QString>& hostDefaults() {
+    static QMap<QString, QString> defaults;
+    return defaults;
+}
 
 // Values of one INI file; keys outside any [section] are read as given.
 class IniCfg : public ICfg {
@@ -17,21 +23,20 @@ public:
     }
 
     QString readString(const QString& key, const QString& defaultValue) const override {
-        return settings ? settings->value(key, defaultValue).toString() : defaultValue;
+        const QVariant value = find(key);
+        return value.isValid() ? value.toString() : defaultValue;
     }
     int readInt(const QString& key, int defaultValue) const override {
-        if (!settings) {
-            return defaultValue;
-        }
         bool ok = false;
-        const int value = settings->value(key).toInt(&ok);
+        const int value = find(key).toInt(&ok);
         return ok ? value : defaultValue;
     }
     bool readBool(const QString& key, bool defaultValue) const override {
-        if (!settings || !settings->contains(key)) {
+        const QVariant value = find(key);
+        if (!value.isValid()) {
             return defaultValue;
         }
-        const QString text = settings->value(key).toString().trimmed().toLower();
+        const QString text = value.toString().trimmed().toLower();
         return !(text == QLatin1String("0") || text == QLatin1String("false") ||
                  text == QLatin1String("no") || text == QLatin1String("off"));
     }
@@ -39,11 +44,24 @@ public:
     bool isReadable() const { return !settings || settings->status() == QSettings::NoError; }
 
 private:
+    // The file's value, else the host's default, else an invalid variant.
+    QVariant find(const QString& key) const {
+        if (settings && settings->contains(key)) {
+            return settings->value(key);
+        }
+        const auto host = hostDefaults().constFind(key);
+        return host != hostDefaults().constEnd() ? QVariant(*host) : QVariant();
+    }
+
     QString path;
     std::unique_ptr<QSettings> settings;
 };
 
 }  // namespace
+
+void CfgCenter::SetDefault(const QString& key, const QString& value) {
+    hostDefaults().insert(key, value);
+}
 
 std::unique_ptr<ICfg> CfgCenter::CreateCfg(const QString& name, int /*view*/, const QString& /*extra*/) {
     const QByteArray explicitPath = qgetenv("ZAL_CONFIG");

@@ -1,6 +1,10 @@
 #include "zal/environmentdll.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 #include "zal/constants.h"
+#include "zal/curvekeys.h"
 #include "zal/environment.h"
 #include "zal/errorhandler.h"
 #include "zal/icfg.h"
@@ -8,8 +12,45 @@
 namespace zal {
 
 namespace {
+
 constexpr int configurationView = 2;
+
+// A relative key file is looked for beside the configuration file, so that the two can move together.
+QString configuredPath(const ICfg& cfg, const QString& key) {
+    const QString path = cfg.readString(key, QString()).trimmed();
+    if (path.isEmpty() || QDir::isAbsolutePath(path) || cfg.source().isEmpty()) {
+        return path;
+    }
+    return QFileInfo(cfg.source()).absoluteDir().filePath(path);
 }
+
+// The secret key and the list of authorised clients come together or not at all: half a CURVE
+// configuration is refused rather than run with an open frontend, or with one nobody may use.
+void readCurve(const ICfg& cfg, RouterOptions& options) {
+    const QString secret = cfg.readString(QStringLiteral("CurveSecretKey"), QString()).trimmed();
+    const QString secretFile = configuredPath(cfg, QStringLiteral("CurveSecretKeyFile"));
+    const QString authorizedFile = configuredPath(cfg, QStringLiteral("CurveAuthorizedKeysFile"));
+    if (secret.isEmpty() && secretFile.isEmpty() && authorizedFile.isEmpty()) {
+        return;
+    }
+    if (!secret.isEmpty() && !secretFile.isEmpty()) {
+        throw CurveKeyError("CurveSecretKey and CurveSecretKeyFile are both set; set one of them");
+    }
+    if (secret.isEmpty() && secretFile.isEmpty()) {
+        throw CurveKeyError(
+            "CurveAuthorizedKeysFile is set, but neither CurveSecretKey nor CurveSecretKeyFile");
+    }
+    if (authorizedFile.isEmpty()) {
+        throw CurveKeyError("a CURVE secret key is set without CurveAuthorizedKeysFile");
+    }
+    options.curveSecretKey = secret.isEmpty() ? CurveKeys::readSingleKey(secretFile) : secret.toStdString();
+    if (!CurveKeys::isKey(options.curveSecretKey)) {
+        throw CurveKeyError("CurveSecretKey is not a CURVE key (40 Z85 characters)");
+    }
+    options.curveAuthorizedKeys = CurveKeys::readKeyFile(authorizedFile);
+}
+
+}  // namespace
 
 EnvironmentDll::EnvironmentDll(const QString& name) : name(name) {}
 
@@ -27,9 +68,12 @@ bool EnvironmentDll::Execute(int, char**) {
         const std::string address = cfg->readString(QStringLiteral("EnvironmentAddress"),
                                                     QString::fromStdString(routerFrontendAddressDefault))
                                         .toStdString();
+        RouterOptions routerOptions;
+        routerOptions.dropMalformed = cfg->readBool(QStringLiteral("RouterDropMalformed"), false);
+        readCurve(*cfg, routerOptions);
         // The old environment holds the endpoints the new one binds: it goes first, completely.
         environment.reset();
-        environment = std::make_unique<Environment>(address);
+        environment = std::make_unique<Environment>(address, routerOptions);
         return true;
     } catch (const std::exception& e) {
         if (ErrorHandler::isTracing()) {

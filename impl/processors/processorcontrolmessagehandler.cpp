@@ -23,6 +23,10 @@ void perform(Message& message, const std::function<bool()>& operation, const QSt
     } catch (const std::exception& e) {
         ConfigTool::setErrorMessage(message,
                                     failure + QStringLiteral(" (") + QString::fromUtf8(e.what()) + ')');
+    } catch (...) {
+        // Plug-in code may throw anything; escaping here it would end the processor's thread
+        // silently, and every later request to it would only time out.
+        ConfigTool::setErrorMessage(message, failure + QStringLiteral(" (An unknown exception was thrown)"));
     }
 }
 

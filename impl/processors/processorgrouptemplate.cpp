@@ -1,9 +1,11 @@
 #include "zal/processorgrouptemplate.h"
 
 #include "zal/configtool.h"
+#include "zal/context.h"
 #include "zal/endpoints.h"
 #include "zal/pluginmanager.h"
 #include "zal/processorinfo.h"
+#include "zal/zmqhelper.h"
 
 namespace zal {
 
@@ -91,6 +93,13 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
         ConfigTool::setErrorMessage(message,
                                     QStringLiteral("Processor of type '%1' could not be created: '%2'.")
                                         .arg(type, QString::fromUtf8(e.what())));
+    } catch (...) {
+        // A plug-in's createProcessor runs in the group's thread: whatever it throws must not end
+        // the group, which would take every processor of the group with it.
+        ConfigTool::setErrorMessage(
+            message,
+            QStringLiteral("Processor of type '%1' could not be created: 'An unknown exception was thrown'.")
+                .arg(type));
     }
 }
 
@@ -106,6 +115,9 @@ ProcessorGroupTemplate<Traits>::~ProcessorGroupTemplate() {
 
 template <class Traits>
 bool ProcessorGroupTemplate<Traits>::initialize() {
+    broadcastSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::pub);
+    std::string broadcast = Endpoints::getGroupBroadcastEndpoint(name, prefix);
+    ZmqHelper::bindSocket(*broadcastSocket, broadcast);
     nameService = std::make_unique<ZmqControllableThread<NameService>>(new NameService(name, prefix));
     handler = std::make_unique<ProcessorGroupHandlerTemplate<Traits>>(*this);
     openLine(Endpoints::getInternalRouterEndpoint(prefix), Endpoints::getGroupEndpoint(name, prefix),
@@ -118,6 +130,7 @@ template <class Traits>
 void ProcessorGroupTemplate<Traits>::release() {
     processors.clear();
     nameService.reset();
+    broadcastSocket.reset();
     closeLine();
     handler.reset();
 }

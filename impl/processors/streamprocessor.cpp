@@ -4,10 +4,46 @@
 #include "zal/context.h"
 #include "zal/controlmessagehelper.h"
 #include "zal/datastreaminitializer.h"
+#include "zal/errorhandler.h"
 #include "zal/processorerror.h"
 #include "zal/zmqhelper.h"
 
 namespace zal {
+
+namespace {
+
+// Subclasses' data handlers are plug-in code running in the processor's thread. An exception
+// escaping one would end that thread, and with it the processor's control line, with nobody told:
+// the message that made it fail is dropped instead, with a trace, and the processor goes on.
+class ContainedDataHandler : public MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage> {
+public:
+    ContainedDataHandler(MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>& handler, std::string owner)
+        : handler(handler), owner(std::move(owner)) {}
+
+    void handleMessage(ByteStreamMessage& message, ZmqByteStreamInSocket* socket) override {
+        try {
+            handler.handleMessage(message, socket);
+        } catch (const std::exception& e) {
+            trace(QString::fromUtf8(e.what()));
+        } catch (...) {
+            trace(QStringLiteral("An unknown exception was thrown"));
+        }
+    }
+
+private:
+    void trace(const QString& reason) const {
+        if (ErrorHandler::isTracing()) {
+            _Q_Trace(QStringLiteral("%1: data message dropped, its handler failed: %2")
+                         .arg(QString::fromStdString(owner), reason),
+                     "impl\\streamprocessor", __LINE__);
+        }
+    }
+
+    MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>& handler;
+    std::string owner;
+};
+
+}  // namespace
 
 StreamProcessor::StreamProcessor(const std::string& name, const std::string& group,
                                  const std::string& streamName, const std::string& streamAddress,
@@ -51,8 +87,9 @@ bool StreamProcessor::initialize() {
     auto& context = *Context::getZMQContext();
     inputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::sub);
     inputTemplate = std::make_unique<ZmqByteStreamInSocket>(*inputSocket);
+    dataHandler = std::make_unique<ContainedDataHandler>(*this, getEndpointString());
     inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(
-        inputTemplate.get(), this);
+        inputTemplate.get(), dataHandler.get());
     outputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::pub);
     output = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
     const std::string owner = getEndpointString();
@@ -75,6 +112,7 @@ void StreamProcessor::freeStreamSockets() {
     output.reset();
     outputSocket.reset();
     inputClient.reset();
+    dataHandler.reset();
     inputTemplate.reset();
     inputSocket.reset();
 }

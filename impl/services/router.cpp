@@ -3,6 +3,8 @@
 #include "zal/constants.h"
 #include "zal/context.h"
 #include "zal/endpoints.h"
+#include "zal/errorhandler.h"
+#include "zal/zaphandler.h"
 #include "zal/zmqhelper.h"
 
 namespace zal {
@@ -15,12 +17,26 @@ std::unique_ptr<zmq::socket_t> makeMandatoryRouter() {
     return socket;
 }
 
+// Identities chosen by ZeroMQ are binary; those the system's peers choose are text with a final
+// zero byte. Either way the trace line stays one readable line.
+QString printableIdentity(const QByteArray& identity) {
+    const QByteArray text = identity.endsWith('\0') ? identity.chopped(1) : identity;
+    for (const char c : text) {
+        if (c < 0x20 || c > 0x7e) {
+            return QStringLiteral("0x") + QString::fromLatin1(identity.toHex());
+        }
+    }
+    return QString::fromLatin1(text);
+}
+
 }  // namespace
 
-Router::Router(const std::string& frontendAddress) : Router(std::make_shared<std::string>(frontendAddress)) {}
+Router::Router(const std::string& frontendAddress, RouterOptions options)
+    : Router(std::make_shared<std::string>(frontendAddress), options) {}
 
-Router::Router(std::shared_ptr<std::string> frontendAddress)
+Router::Router(std::shared_ptr<std::string> frontendAddress, RouterOptions options)
     : frontendAddress(std::move(frontendAddress)),
+      options(options),
       internalAddress(Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault)) {}
 
 Router::~Router() {
@@ -30,17 +46,39 @@ Router::~Router() {
 bool Router::initialize() {
     addCreatorSocket();
     externalSocket = makeMandatoryRouter();
+    // A client that stops reading fills its connection; a blocking send would then stop the
+    // router, and with it every other client and service. A reply that no longer fits is
+    // dropped like one for a client that has gone.
+    externalSocket->set(zmq::sockopt::sndtimeo, 0);
+    if (!options.curveSecretKey.empty()) {
+        externalSocket->set(zmq::sockopt::curve_server, 1);
+        externalSocket->set(zmq::sockopt::curve_secretkey, options.curveSecretKey);
+        externalSocket->set(zmq::sockopt::zap_domain, ZapHandler::domain);
+    }
     internalSocket = makeMandatoryRouter();
+    // A group or processor deleted and created again under the same name connects with the same
+    // identity while the old connection may still be closing; without the hand-over the router
+    // would keep the old one and every request to the new service would be dropped.
+    internalSocket->set(zmq::sockopt::router_handover, 1);
     externalRouterSocket = std::make_shared<ZmqRouterSocket>(*externalSocket);
     internalRouterSocket = std::make_shared<ZmqRouterSocket>(*internalSocket);
     externalHandler = std::make_unique<RouterHandler>();
     internalHandler = std::make_unique<RouterHandler>();
-    internalClient = std::make_unique<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>>(
-        internalRouterSocket.get(), internalHandler.get(), externalRouterSocket.get());
-    externalClient = std::make_unique<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>>(
-        externalRouterSocket.get(), externalHandler.get(), internalRouterSocket.get());
+    using Client = ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>;
+    Client::MalformedCallback onMalformed;
+    if (options.dropMalformed) {
+        onMalformed = [this](const RouterMessage& partial) { dropMalformed(partial); };
+    }
+    internalClient = std::make_unique<Client>(internalRouterSocket.get(), internalHandler.get(),
+                                              externalRouterSocket.get(), onMalformed);
+    externalClient = std::make_unique<Client>(externalRouterSocket.get(), externalHandler.get(),
+                                              internalRouterSocket.get(), onMalformed);
     ZmqHelper::bindSocket(*internalSocket, internalAddress);
     ZmqHelper::bindSocket(*externalSocket, *frontendAddress);
+    if (!options.curveSecretKey.empty() && *frontendAddress != routerFrontendAddressDefault) {
+        std::string inProcess = routerFrontendAddressDefault;
+        ZmqHelper::bindSocket(*externalSocket, inProcess);
+    }
     internalIndex = reader.addSocket(*internalSocket, ZMQ_POLLIN);
     externalIndex = reader.addSocket(*externalSocket, ZMQ_POLLIN);
     return true;
@@ -57,6 +95,14 @@ void Router::process() {
         if (reader.getEvents(externalIndex) != 0) {
             externalClient->processInput();
         }
+    }
+}
+
+void Router::dropMalformed(const RouterMessage& partial) {
+    if (ErrorHandler::isTracing()) {
+        _Q_Trace(QStringLiteral("Router: Invalid message format from '%1', message dropped")
+                     .arg(printableIdentity(partial.source)),
+                 "router", __LINE__);
     }
 }
 

@@ -65,7 +65,7 @@ void FrameReader::nextWithMore(QByteArray* keep) {
         appendTo(*keep);
     }
     if (!more) {
-        throw SocketError(invalidMessageFormat);
+        throw MessageFormatError(invalidMessageFormat);
     }
 }
 

@@ -24,7 +24,7 @@ public:
     void appendTo(QByteArray& field) const;
     // Replaces field's bytes, reusing its buffer when nothing else shares it.
     void copyTo(QByteArray& field) const;
-    // next() that insists on a following frame: SocketError "Invalid message format" otherwise.
+    // next() that insists on a following frame: MessageFormatError "Invalid message format" otherwise.
     void nextWithMore(QByteArray* keep);
 
 private:

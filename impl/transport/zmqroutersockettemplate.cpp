@@ -30,7 +30,7 @@ void ZmqRouterSocketTemplate<Traits>::receiveMessage(RouterMessage& message) {
     const bool surplus = frames.next();
     frames.appendTo(message.data);
     if (surplus) {
-        throw SocketError(frame::invalidMessageFormat);
+        throw MessageFormatError(frame::invalidMessageFormat);
     }
 }
 

@@ -6,21 +6,25 @@
 
 #include "zal/processorgroupmanagertemplate.h"
 #include "zal/router.h"
+#include "zal/routeroptions.h"
+#include "zal/zaphandler.h"
 #include "zal/zmqcontrollablethread.h"
 
 namespace zal {
 
 class PluginManager;
 
-// Construction starts the router (both of its endpoints bound) and then the group manager, each
+// Construction starts the ZAP handler when the router options ask for CURVE, then the router (both
+// of its endpoints bound) and then the group manager, each
 // start blocking until the service is initialised; it throws ThreadError or SocketError when a
 // service fails to start, after stopping what had started. Destruction stops the group manager
 // first (and with it every group and processor), then the router.
 class Environment {
 public:
     // Processors come from a plug-in manager over the application directory and ZAL_PLUGIN_PATH.
-    explicit Environment(const std::string& frontendAddress);
-    Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress);
+    explicit Environment(const std::string& frontendAddress, RouterOptions routerOptions = {});
+    Environment(std::shared_ptr<PluginManager> pluginManager, const std::string& frontendAddress,
+                RouterOptions routerOptions = {});
     ~Environment();
 
     Environment(const Environment&) = delete;
@@ -28,9 +32,14 @@ public:
 
     // Where clients connect; a wildcard TCP address comes back with its real port.
     std::string getRouterFrontendAddress();
+    // Whether the frontend admits CURVE clients with authorised keys only. Clients inside the
+    // process then connect to routerFrontendAddressDefault instead.
+    bool frontendUsesCurve() const { return zapThread != nullptr; }
 
 private:
     std::shared_ptr<std::string> frontendAddress;
+    // Declared before the router: it must answer before the frontend is bound and until it is closed.
+    std::unique_ptr<ZmqControllableThread<ZapHandler>> zapThread;
     ZmqControllableThread<Router> routerThread;
     ZmqControllableThread<ProcessorGroupManager> groupManagerThread;
 };

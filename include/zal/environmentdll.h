@@ -16,8 +16,10 @@ public:
     ~EnvironmentDll() override;
 
     // Reads "EnvironmentAddress" from the configuration named after the instance (default: the
-    // in-process frontend) and starts an environment there, stopping any earlier one completely
-    // first. False, with a trace, when the configuration is missing or the start failed.
+    // in-process frontend), "RouterDropMalformed" (default off) and the CURVE keys
+    // ("CurveSecretKey" or "CurveSecretKeyFile", with "CurveAuthorizedKeysFile"; none: no CURVE),
+    // and starts an environment there, stopping any earlier one completely first. False, with a trace, when
+    // the configuration is missing or the start failed.
     bool Execute(int argc, char** argv) override;
     void Shutdown() override;
 

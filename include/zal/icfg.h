@@ -20,4 +20,9 @@ public:
     // else returns an empty configuration. A ZAL_CONFIG file that is missing or unreadable gives
     // null, so that a mistyped path is never silently replaced by defaults.
     static std::unique_ptr<ICfg> CreateCfg(const QString& name, int view, const QString& extra);
+
+    // A value that configurations give for `key` when their file has none, ahead of the reader's
+    // own default: how a host program states its defaults while an explicit setting still wins.
+    // Meant to be called before the library starts; not synchronised with readers.
+    static void SetDefault(const QString& key, const QString& value);
 };

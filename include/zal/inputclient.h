@@ -1,7 +1,10 @@
 // Joins one socket to one handler: the owning thread calls processInput when the socket is readable.
 #pragma once
 
+#include <functional>
+
 #include "zal/messagehandler.h"
+#include "zal/socketerror.h"
 #include "zal/zmqsocketbase.h"
 
 namespace zal {
@@ -61,15 +64,30 @@ protected:
 };
 
 // Hands each message to the handler together with the socket it is to be forwarded on.
+// A malformed message (MessageFormatError) reaches the caller, unless `onMalformed` is given: then
+// the rest of that message is read and dropped, and `onMalformed` gets what was read of it (a
+// router message's source, for one), so that the owner's loop can go on.
 template <class Socket, class Message, class ForwardMessage>
 class ForwardingInputClient : public InputClient {
 public:
-    ForwardingInputClient(Socket* socket, MessageHandler<Socket, Message>* handler, Socket* forward)
-        : socket(socket), handler(handler), forward(forward) {}
+    using MalformedCallback = std::function<void(const Message& partial)>;
+
+    ForwardingInputClient(Socket* socket, MessageHandler<Socket, Message>* handler, Socket* forward,
+                          MalformedCallback onMalformed = {})
+        : socket(socket), handler(handler), forward(forward), onMalformed(std::move(onMalformed)) {}
 
     void processInput() override {
         Message message;
-        socket->receiveMessage(message);
+        try {
+            socket->receiveMessage(message);
+        } catch (const MessageFormatError&) {
+            if (!onMalformed) {
+                throw;
+            }
+            socket->discardRestOfMessage();
+            onMalformed(message);
+            return;
+        }
         handler->handleMessage(message, forward);
     }
 
@@ -77,6 +95,7 @@ protected:
     Socket* socket;
     MessageHandler<Socket, Message>* handler;
     Socket* forward;
+    MalformedCallback onMalformed;
 };
 
 }  // namespace zal

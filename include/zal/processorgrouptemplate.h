@@ -59,6 +59,11 @@ private:
     std::string prefix;
     std::shared_ptr<PluginManager> pluginManager;
     std::unique_ptr<ZmqControllableThread<NameService>> nameService;
+    // Bound at the group's broadcast endpoint for as long as the group has processors. Each
+    // processor's broadcast line connects there; an in-process connect to an endpoint nobody has
+    // bound stays pending in the ZeroMQ context for good, which cost memory for every processor
+    // ever created. Nothing is published on it yet.
+    std::unique_ptr<zmq::socket_t> broadcastSocket;
     // Ordered by name as bytes; destroying an entry stops and joins that processor's thread.
     std::map<std::string, std::shared_ptr<ProcessorThread>> processors;
     std::unique_ptr<ProcessorGroupHandlerTemplate<Traits>> handler;

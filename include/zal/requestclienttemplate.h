@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -20,10 +21,13 @@ namespace zal {
 template <class Socket, class ControlSocket, class Reader>
 class RequestClientTemplate : public MessageTextProvider {
 public:
+    // Called on every socket the client opens, before it connects (for security options).
+    using Prepare = std::function<void(Socket&)>;
+
     // withAddress: the envelope's address travels as a frame of its own (mode 3: for a ROUTER
     // peer that reads it as the destination); otherwise the payload travels alone (mode 4).
-    RequestClientTemplate(const std::string& endpoint, bool withAddress, int timeoutMs)
-        : endpoint(endpoint), envelopeMode(withAddress ? 3 : 4) {
+    RequestClientTemplate(const std::string& endpoint, bool withAddress, int timeoutMs, Prepare prepare = {})
+        : endpoint(endpoint), envelopeMode(withAddress ? 3 : 4), prepare(std::move(prepare)) {
         open();
         reader->setTimeout(timeoutMs);
     }
@@ -89,6 +93,9 @@ private:
         socket = std::make_unique<Socket>(*Context::getZMQContext(), zmq::socket_type::req);
         controlSocket = std::make_shared<ControlSocket>(*socket, envelopeMode);
         reader = std::make_shared<Reader>();
+        if (prepare) {
+            prepare(*socket);
+        }
         socket->connect(endpoint);
         index = reader->addSocket(*socket, ZMQ_POLLIN);
     }
@@ -105,6 +112,7 @@ private:
 
     std::string endpoint;
     int envelopeMode;
+    Prepare prepare;
     std::unique_ptr<Socket> socket;
     std::shared_ptr<ControlSocket> controlSocket;
     std::shared_ptr<Reader> reader;

@@ -7,6 +7,7 @@
 
 #include "zal/inputclient.h"
 #include "zal/routerhandler.h"
+#include "zal/routeroptions.h"
 #include "zal/zmqcontrollable.h"
 #include "zal/zmqroutersockettemplate.h"
 
@@ -18,20 +19,25 @@ namespace zal {
 // sockets live in its own thread.
 class Router : public ZmqControllable {
 public:
-    explicit Router(const std::string& frontendAddress);
-    explicit Router(std::shared_ptr<std::string> frontendAddress);
+    explicit Router(const std::string& frontendAddress, RouterOptions options = {});
+    explicit Router(std::shared_ptr<std::string> frontendAddress, RouterOptions options = {});
     ~Router() override;
 
     // Binds the internal endpoint, then the frontend (a wildcard frontend is written back
-    // resolved into the shared address). Failures are thrown.
+    // resolved into the shared address), and with CURVE also the in-process frontend address.
+    // Failures are thrown.
     bool initialize() override;
     // Serves the internal side before the external one, one message per side per pass, until the
-    // creator speaks. A malformed message ends the loop with SocketError.
+    // creator speaks. A malformed message ends the loop with SocketError, unless the options
+    // say to drop it.
     void process() override;
     void release() override;
 
 private:
+    void dropMalformed(const RouterMessage& partial);
+
     std::shared_ptr<std::string> frontendAddress;
+    RouterOptions options;
     std::unique_ptr<zmq::socket_t> externalSocket;
     std::shared_ptr<ZmqRouterSocket> externalRouterSocket;
     std::unique_ptr<ForwardingInputClient<ZmqRouterSocket, RouterMessage, RouterMessage>> externalClient;

@@ -15,4 +15,11 @@ private:
     std::string text;
 };
 
+// A message whose frames break the expected framing ("Invalid message format"). Its own type so
+// that a caller able to survive it can tell it from a broken socket; it is still a SocketError.
+class MessageFormatError : public SocketError {
+public:
+    using SocketError::SocketError;
+};
+
 }  // namespace zal

@@ -15,7 +15,8 @@ namespace zal {
 // refuse anything else with CreateProcessorError. initialize() binds the output at those
 // addresses and registers the stream at the group's name service; release() deregisters it.
 // "Connect" requests point the input at other streams' addresses, subscribing to their filters.
-// Subclasses implement handleMessage() for what arrives and publish through `output`.
+// Subclasses implement handleMessage() for what arrives and publish through `output`; a message
+// whose handleMessage() throws is dropped (traced under the trace bit) and the processor goes on.
 class StreamProcessor : public ProcessorBase,
                         public MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage> {
 public:
@@ -55,6 +56,9 @@ protected:
 
 private:
     void freeStreamSockets();
+
+    // Between the input client and handleMessage(): keeps a failing handler from ending the thread.
+    std::unique_ptr<MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>> dataHandler;
 };
 
 }  // namespace zal

@@ -23,6 +23,7 @@
 // Transport
 #include "zal/constants.h"
 #include "zal/context.h"
+#include "zal/curvekeys.h"
 #include "zal/endpoints.h"
 #include "zal/inputclient.h"
 #include "zal/messagehandler.h"
@@ -59,6 +60,8 @@
 #include "zal/processorerror.h"
 #include "zal/router.h"
 #include "zal/routerhandler.h"
+#include "zal/routeroptions.h"
+#include "zal/zaphandler.h"
 
 // Processors
 #include "zal/baseplugin.h"
@@ -69,12 +72,12 @@
 
 // Processor groups, stream processors and the environment
 #include "zal/entrypoints.h"
+#include "zal/environment.h"
+#include "zal/environmentdll.h"
 #include "zal/processorbase.h"
 #include "zal/processorcontrolinterface.h"
 #include "zal/processorcontrolmessagehandler.h"
-#include "zal/processorinfo.h"
-#include "zal/environment.h"
-#include "zal/environmentdll.h"
 #include "zal/processorgroupmanagertemplate.h"
 #include "zal/processorgrouptemplate.h"
+#include "zal/processorinfo.h"
 #include "zal/streamprocessor.h"

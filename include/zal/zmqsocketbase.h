@@ -1,6 +1,8 @@
 // The socket side's class tree: who provides the raw socket, and the send/receive interfaces.
 #pragma once
 
+#include <zmq.h>
+
 namespace zal {
 
 template <class Socket>
@@ -19,6 +21,26 @@ public:
 
     explicit ZmqSocketBase(socket_type& socket) : socket(&socket) {}
     socket_type& getSocket() override { return *socket; }
+
+    // Reads and drops whatever is left of a message whose receive stopped part-way, so that the
+    // next receive starts at a message boundary. ZeroMQ delivers a message's frames together, so
+    // this never waits. Returns the number of frames dropped.
+    int discardRestOfMessage() {
+        int dropped = 0;
+        int more = 0;
+        size_t size = sizeof more;
+        while (zmq_getsockopt(socket->handle(), ZMQ_RCVMORE, &more, &size) == 0 && more != 0) {
+            zmq_msg_t frame;
+            zmq_msg_init(&frame);
+            const int received = zmq_msg_recv(&frame, socket->handle(), ZMQ_DONTWAIT);
+            zmq_msg_close(&frame);
+            if (received < 0) {
+                break;
+            }
+            ++dropped;
+        }
+        return dropped;
+    }
 
 private:
     socket_type* socket;

@@ -59,3 +59,39 @@ TEST_F(ConfigEnvironment, InstanceFileBesideTheProgramElseDefaults) {
     ASSERT_TRUE(cfg);
     EXPECT_EQ(cfg->readString("EnvironmentAddress", "default"), "inproc://beside");
 }
+
+TEST_F(ConfigEnvironment, HostDefaultsStandBetweenTheFileAndTheReadersDefault) {
+    CfgCenter::SetDefault("HostDefaultFlag", "true");
+    CfgCenter::SetDefault("HostDefaultCount", "5");
+    const QString path = dir.filePath("zal.ini");
+    writeFile(path, "HostDefaultCount=9\n");
+    qputenv("ZAL_CONFIG", path.toLocal8Bit());
+    auto cfg = CfgCenter::CreateCfg("anything", 2, "");
+    ASSERT_TRUE(cfg);
+    EXPECT_TRUE(cfg->readBool("HostDefaultFlag", false)) << "the host's default, not the reader's";
+    EXPECT_EQ(cfg->readInt("HostDefaultCount", 1), 9) << "the file's own value wins";
+    EXPECT_EQ(cfg->readString("NoDefaultAnywhere", "reader"), "reader");
+
+    const QString explicitOff = dir.filePath("off.ini");
+    writeFile(explicitOff, "HostDefaultFlag=off\n");
+    qputenv("ZAL_CONFIG", explicitOff.toLocal8Bit());
+    cfg = CfgCenter::CreateCfg("anything", 2, "");
+    EXPECT_FALSE(cfg->readBool("HostDefaultFlag", true)) << "an explicit off wins over the host's on";
+
+    qunsetenv("ZAL_CONFIG");
+    auto empty =
+        CfgCenter::CreateCfg(QStringLiteral("nofile-%1").arg(QCoreApplication::applicationPid()), 2, "");
+    ASSERT_TRUE(empty);
+    EXPECT_EQ(empty->readInt("HostDefaultCount", 1), 5);
+}
+
+TEST_F(ConfigEnvironment, Z85TextReadsBackUnchangedInDoubleQuotes) {
+    // Every punctuation character of Z85, among them INI's comment and list characters.
+    const QString text = QStringLiteral("Ab9.-:+=^!/*?&<>()[]{}@%$#");
+    const QString path = dir.filePath("keys.ini");
+    writeFile(path, "Quoted=\"" + text.toUtf8() + "\"\n");
+    qputenv("ZAL_CONFIG", path.toLocal8Bit());
+    auto cfg = CfgCenter::CreateCfg("anything", 2, "");
+    ASSERT_TRUE(cfg);
+    EXPECT_EQ(cfg->readString("Quoted", QString()), text);
+}

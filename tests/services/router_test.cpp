@@ -5,6 +5,7 @@
 
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
+#include "support/tracecapture.h"
 #include "zal/constants.h"
 #include "zal/endpoints.h"
 #include "zal/router.h"
@@ -39,6 +40,12 @@ void awaitRoute(zaltest::FrontendClient& client, zmq::socket_t& peer) {
         }
     }
     FAIL() << "the inside peer never became reachable";
+}
+
+RouterOptions droppingMalformed() {
+    RouterOptions options;
+    options.dropMalformed = true;
+    return options;
 }
 
 }  // namespace
@@ -96,6 +103,94 @@ TEST(Router, MalformedMessagesEndTheLoopWithTheirText) {
         ASSERT_TRUE(router.thread->wait(QDeadlineTimer(10000)));
         EXPECT_EQ(router.thread->getState(), Failed);
         EXPECT_EQ(router.thread->getErrorText(), "ControllableThread::run() failed: Invalid message format");
+    }
+}
+
+TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
+    zaltest::TraceCapture trace;
+    RunningRouter router(droppingMalformed());
+    auto peer = insidePeer(serviceIdentity);
+    zaltest::FrontendClient client(*router.frontend);
+    awaitRoute(client, peer);
+
+    auto hostile = zaltest::makeSocket(zmq::socket_type::dealer);
+    ZmqHelper::connectSocket(hostile, *router.frontend, "hostile");
+    const QByteArray service = zaltest::identityFrame(serviceIdentity);
+    const std::vector<std::vector<QByteArray>> malformed = {
+        {"one frame"}, {"", service}, {"", service, "payload", "surplus"}, {"", service, "p", "s1", "s2"}};
+    for (const auto& frames : malformed) {
+        zaltest::sendFrames(hostile, frames);
+    }
+    // One connection keeps its order: when this arrives, every malformed message before it is gone.
+    zaltest::sendFrames(hostile, {"", service, "well-formed"});
+    auto inside = zaltest::receiveFrames(peer);
+    ASSERT_EQ(inside.size(), 3u) << "only the well-formed request is forwarded";
+    EXPECT_EQ(inside[1], zaltest::identityFrame("hostile"));
+    EXPECT_EQ(inside[2], "well-formed");
+    zaltest::sendFrames(peer, {"", inside[1], "answered"});
+    EXPECT_EQ(zaltest::receiveFrames(hostile), (std::vector<QByteArray>{"", service, "answered"}));
+
+    // A peer inside gets the same treatment; the reply after it still goes out.
+    zaltest::sendFrames(peer, {"lonely"});
+    client.send(serviceIdentity, "from an anonymous client");
+    inside = zaltest::receiveFrames(peer);
+    ASSERT_EQ(inside.size(), 3u);
+    zaltest::sendFrames(peer, {"", inside[1], "still answered"});
+    EXPECT_EQ(client.receive(), (std::vector<QByteArray>{"", service, "still answered"}));
+
+    // The anonymous client's identity is ZeroMQ's binary one: it is traced in hex.
+    client.sendRaw({"", service});
+    client.send(serviceIdentity, "last");
+    ASSERT_EQ(zaltest::receiveFrames(peer).size(), 3u);
+
+    const QStringList lines = trace.lines();
+    EXPECT_EQ(lines.filter("Invalid message format from 'hostile', message dropped").size(), 4)
+        << lines.join('\n').toStdString();
+    EXPECT_EQ(lines.filter("Invalid message format from 'inproc://zal/service'").size(), 1);
+    EXPECT_EQ(lines.filter("Invalid message format from '0x00").size(), 1);
+    EXPECT_EQ(lines.filter("Invalid message format").size(), 6) << "surplus frames are not read as messages";
+    EXPECT_EQ(router.thread->getState(), Running);
+}
+
+TEST(Router, APeerThatStopsReadingStallsNobodyWhenDroppingIsOn) {
+    RunningRouter router(droppingMalformed());
+    auto peer = insidePeer(serviceIdentity);
+    zaltest::FrontendClient client(*router.frontend);
+    awaitRoute(client, peer);
+
+    // Asks once, then never reads: its queues and the connection's buffers fill up.
+    auto silent = zaltest::makeSocket(zmq::socket_type::dealer);
+    silent.set(zmq::sockopt::rcvhwm, 1);
+    silent.set(zmq::sockopt::linger, 0);
+    ZmqHelper::connectSocket(silent, *router.frontend);
+    zaltest::sendFrames(silent, {"", zaltest::identityFrame(serviceIdentity), "ask"});
+    const auto asked = zaltest::receiveFrames(peer);
+    ASSERT_EQ(asked.size(), 3u);
+    // Replies for it until the router takes no more (it is stuck) or plenty went out.
+    const std::string reply(16 * 1024, 'r');
+    const std::string to(asked[1].constData(), static_cast<size_t>(asked[1].size()));
+    for (int i = 0; i < 6000; ++i) {
+        zmq_pollitem_t writable{peer.handle(), 0, ZMQ_POLLOUT, 0};
+        if (zmq_poll(&writable, 1, 500) != 1) {
+            break;
+        }
+        (void)peer.send(zmq::const_buffer("", 0), zmq::send_flags::sndmore);
+        (void)peer.send(zmq::buffer(to), zmq::send_flags::sndmore);
+        (void)peer.send(zmq::buffer(reply), zmq::send_flags::none);
+    }
+
+    client.send(serviceIdentity, "am I served?");
+    std::vector<QByteArray> inside;
+    while ((inside = zaltest::receiveFrames(peer, 20000)).size() == 3 && inside[2] != "am I served?") {
+    }
+    EXPECT_EQ(inside.size(), 3u) << "the router stalled on the silent client";
+    if (inside.size() == 3) {
+        zaltest::sendFrames(peer, {"", inside[1], "yes"});
+        EXPECT_EQ(client.receive(20000).size(), 3u);
+    }
+    EXPECT_EQ(router.thread->getState(), Running);
+    // A router stuck on the silent client (the fault looked for) could not be stopped otherwise.
+    while (!zaltest::receiveFrames(silent, 500).empty()) {
     }
 }
 

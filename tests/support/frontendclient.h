@@ -11,7 +11,17 @@ namespace zaltest {
 // as: empty delimiter, the replying service's identity, payload.
 class FrontendClient {
 public:
-    explicit FrontendClient(const std::string& frontend) { zal::ZmqHelper::connectSocket(socket, frontend); }
+    // A bounded linger: requests still queued when the client goes are sent if the frontend is
+    // there, and cannot hold up the end of the process when it is not.
+    explicit FrontendClient(const std::string& frontend) {
+        socket.set(zmq::sockopt::linger, 1000);
+        zal::ZmqHelper::connectSocket(socket, frontend);
+    }
+    // Over a socket prepared by the caller (with security options, say), not yet connected.
+    FrontendClient(zmq::socket_t prepared, const std::string& frontend) : socket(std::move(prepared)) {
+        socket.set(zmq::sockopt::linger, 1000);
+        zal::ZmqHelper::connectSocket(socket, frontend);
+    }
 
     void sendRaw(const std::vector<QByteArray>& frames) { sendFrames(socket, frames); }
 

@@ -88,6 +88,8 @@ public:
     }
 
     const QString& output() const { return seen; }
+    // For reading /proc/<pid>; 0 once it has ended.
+    qint64 processId() const { return process.processId(); }
 
 private:
     QProcess process;

@@ -10,9 +10,13 @@
 namespace zaltest {
 
 struct RunningRouter {
+    explicit RunningRouter(zal::RouterOptions options = {})
+        : thread(
+              std::make_unique<zal::ZmqControllableThread<zal::Router>>(new zal::Router(frontend, options))) {
+    }
+
     std::shared_ptr<std::string> frontend = std::make_shared<std::string>("tcp://127.0.0.1:*");
-    std::unique_ptr<zal::ZmqControllableThread<zal::Router>> thread =
-        std::make_unique<zal::ZmqControllableThread<zal::Router>>(new zal::Router(frontend));
+    std::unique_ptr<zal::ZmqControllableThread<zal::Router>> thread;
 };
 
 }  // namespace zaltest

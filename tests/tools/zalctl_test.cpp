@@ -1,8 +1,10 @@
 // The zalctl program as a user runs it, against a whole system with a TCP frontend in this process.
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QTemporaryDir>
 #include <chrono>
 #include <future>
 
@@ -12,6 +14,7 @@
 #include "zal/applicationdirectory.h"
 #include "zal/configtool.h"
 #include "zal/controlmessagehelper.h"
+#include "zal/curvekeys.h"
 #include "zal/environment.h"
 #include "zal/zmqhelper.h"
 
@@ -324,4 +327,80 @@ TEST(ZalctlExit, WarningRepliesExit1AndRepliesNoTestProcessorGivesAreShown) {
     EXPECT_EQ(garbled.get(), 4u);
     EXPECT_EQ(unreadable.status, 2);
     EXPECT_TRUE(unreadable.out.startsWith("Invalid reply: ")) << unreadable.out.toStdString();
+}
+
+TEST(ZalctlCurve, KeygenPrintsAPairAndWritesKeyFilesButNeverOverAnExistingOne) {
+    const Outcome printed = zalctl({"keygen"});
+    ASSERT_EQ(printed.status, 0) << printed.err.toStdString();
+    const QStringList lines = printed.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 2) << printed.out.toStdString();
+    ASSERT_TRUE(lines[0].startsWith("public-key: ") && lines[1].startsWith("secret-key: "));
+    const std::string publicKey = lines[0].mid(12).toStdString();
+    const std::string secretKey = lines[1].mid(12).toStdString();
+    EXPECT_TRUE(zal::CurveKeys::isKey(publicKey));
+    EXPECT_EQ(zal::CurveKeys::publicKeyOf(secretKey), publicKey);
+
+    QTemporaryDir dir;
+    const QString pub = dir.filePath("k.pub");
+    const QString secret = dir.filePath("k.secret");
+    const Outcome written = zalctl({"keygen", "--public-file", pub, "--secret-file=" + secret});
+    ASSERT_EQ(written.status, 0) << written.err.toStdString();
+    const std::string writtenSecret = zal::CurveKeys::readSingleKey(secret);
+    EXPECT_EQ(zal::CurveKeys::publicKeyOf(writtenSecret), zal::CurveKeys::readSingleKey(pub));
+    EXPECT_TRUE(written.out.contains(QString::fromStdString(writtenSecret)));
+    const QFileDevice::Permissions others =
+        QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther | QFileDevice::WriteOther;
+    EXPECT_FALSE(QFile::permissions(secret) & others) << "nobody but its owner reads a secret key";
+    EXPECT_TRUE(QFile::permissions(secret) & QFileDevice::ReadOwner);
+    EXPECT_TRUE(QFile::permissions(pub) & QFileDevice::ReadOther);
+
+    const Outcome again = zalctl({"keygen", "--secret-file", secret});
+    EXPECT_EQ(again.status, 73);
+    EXPECT_TRUE(again.err.contains("exists")) << again.err.toStdString();
+    EXPECT_EQ(zal::CurveKeys::readSingleKey(secret), writtenSecret) << "the old key is untouched";
+    EXPECT_EQ(zalctl({"keygen", "--secret-file"}).status, 64);
+    EXPECT_EQ(zalctl({"keygen", "extra"}).status, 64);
+}
+
+TEST(ZalctlCurve, TheOptionsNeedTheServersKeyAndAValidClientSecret) {
+    QTemporaryDir dir;
+    const zal::CurveKeys::Pair server = zal::CurveKeys::generate();
+    const zal::CurveKeys::Pair client = zal::CurveKeys::generate();
+    const QString serverKey = QString::fromStdString(server.publicKey);
+    const QString secretKey = QString::fromStdString(client.secretKey);
+    const QString badFile = dir.filePath("bad.key");
+    QFile file(badFile);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("not a key\n");
+    file.close();
+    const struct {
+        QStringList arguments;
+        QString reason;
+    } cases[] = {
+        {{"--curve-server-key", serverKey}, "CURVE needs this client's secret key"},
+        {{"--curve-secret-key", secretKey}, "CURVE needs the server's public key"},
+        {{"--curve-server-key", "short", "--curve-secret-key", secretKey},
+         "--curve-server-key is not a CURVE key"},
+        {{"--curve-server-key", serverKey, "--curve-server-key-file", badFile, "--curve-secret-key",
+          secretKey},
+         "not both"},
+        {{"--curve-server-key-file", badFile, "--curve-secret-key", secretKey},
+         badFile + ":1: not a CURVE key"},
+        {{"--curve-server-key", serverKey, "--curve-secret-key-file", dir.filePath("absent")},
+         "cannot read key file"},
+        {{"--curve-server-key", serverKey, "--curve-secret-key", secretKey, "--curve-public-key", serverKey},
+         "--curve-public-key does not belong to the secret key given."},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.arguments.join(' ').toStdString());
+        const Outcome r = zalctl(c.arguments + QStringList{"-e", "tcp://127.0.0.1:1", "groups"});
+        EXPECT_EQ(r.status, 64);
+        EXPECT_TRUE(r.err.contains(c.reason)) << r.err.toStdString();
+    }
+    const Outcome timedOut = zalctl({"--curve-server-key", serverKey, "--curve-secret-key", secretKey,
+                                     "--curve-public-key", QString::fromStdString(client.publicKey), "-e",
+                                     "tcp://127.0.0.1:1", "--timeout", "200", "groups"});
+    EXPECT_EQ(timedOut.status, 3);
+    EXPECT_TRUE(timedOut.err.contains("or the server refused these CURVE keys"))
+        << timedOut.err.toStdString();
 }

@@ -5,8 +5,10 @@
 #include <QTemporaryDir>
 
 #include "recordingreader.h"
+#include "support/frontendclient.h"
 #include "support/program.h"
 #include "support/qtprinters.h"
+#include "zal/constants.h"
 
 using zaltest::RunningProgram;
 using zaltest::runProgram;
@@ -42,6 +44,17 @@ QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path) {
 QString frontendOf(RunningProgram& host) {
     const QString line = host.awaitLine("frontend listening at ");
     return line.isNull() ? line : line.section(' ', -1);
+}
+
+// Whether the host still answers on a connection after a message there that the router cannot
+// read (two frames). One connection keeps its order, so the request is read after it.
+bool answersAfterMalformed(const QString& frontend, long timeoutMs) {
+    zaltest::FrontendClient client(frontend.toStdString());
+    client.sendRaw({"", "inproc://zal"});
+    client.send(
+        zal::internalAddressPrefixDefault,
+        zal::ControlMessageHelper::toPayload(zal::ControlMessageHelper::makeQueryProcessorGroupsMessage()));
+    return client.receive(timeoutMs).size() == 3;
 }
 
 }  // namespace
@@ -160,4 +173,121 @@ TEST_F(ZalHost, ReplaysARecordingAsItWasGenerated) {
     ASSERT_EQ(outcome.status, 0) << outcome.err.toStdString();
     EXPECT_TRUE(outcome.out.contains("summary g/player: done=true")) << outcome.out.toStdString();
     EXPECT_EQ(messagesOf(dir.filePath("second.zrec")), generated);
+}
+
+TEST_F(ZalHost, ATcpFrontendOutlivesMalformedMessagesUnlessConfiguredNotTo) {
+    qputenv("ZAL_TRACE_MASK", "0x20");
+    {
+        RunningProgram host("zal-host",
+                            {"--config", write("tcp.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n")});
+        const QString frontend = frontendOf(host);
+        ASSERT_TRUE(frontend.startsWith("tcp://")) << host.output().toStdString();
+        EXPECT_TRUE(answersAfterMalformed(frontend, 10000));
+        EXPECT_FALSE(host.awaitLine("Invalid message format from '0x").isNull())
+            << host.output().toStdString();
+        EXPECT_EQ(runProgram("zalctl", {"-e", frontend, "groups"}).status, 0);
+        EXPECT_EQ(host.terminate(), 0);
+    }
+    {
+        RunningProgram host("zal-host", {"--config", write("strict.ini",
+                                                           "EnvironmentAddress=tcp://127.0.0.1:*\n"
+                                                           "RouterDropMalformed=false\n")});
+        const QString frontend = frontendOf(host);
+        ASSERT_TRUE(frontend.startsWith("tcp://")) << host.output().toStdString();
+        EXPECT_FALSE(answersAfterMalformed(frontend, 2000)) << "the explicit setting wins: the router ended";
+        EXPECT_EQ(runProgram("zalctl", {"--timeout", "1000", "-e", frontend, "groups"}).status, 3);
+    }
+    qunsetenv("ZAL_TRACE_MASK");
+}
+
+TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
+    // Keys as a user makes them: zalctl keygen, the client's public key file as the authorised list.
+    for (const QString name : {"server", "client", "stranger"}) {
+        const auto made = runProgram("zalctl", {"keygen", "--public-file", dir.filePath(name + ".pub"),
+                                                "--secret-file", dir.filePath(name + ".secret")});
+        ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    }
+    QFile clientPublic(dir.filePath("client.pub"));
+    ASSERT_TRUE(clientPublic.open(QIODevice::ReadOnly));
+    write("authorized", "# who may control this host\n" + clientPublic.readAll());
+    // Relative key files are found beside the configuration.
+    const QString config = write("curve.ini",
+                                 "EnvironmentAddress=tcp://127.0.0.1:*\n"
+                                 "CurveSecretKeyFile=server.secret\n"
+                                 "CurveAuthorizedKeysFile=authorized\n");
+    RunningProgram host("zal-host",
+                        {"--config", config, "--pipeline", write("own.pipeline", "create-group piped\n")});
+    const QString frontend = frontendOf(host);
+    ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
+
+    const QStringList authorised = {"--curve-server-key-file",
+                                    dir.filePath("server.pub"),
+                                    "--curve-secret-key-file",
+                                    dir.filePath("client.secret"),
+                                    "-e",
+                                    frontend};
+    auto outcome = runProgram("zalctl", authorised + QStringList{"groups"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_EQ(outcome.out, "Success\npiped\n")
+        << "the host's own pipeline went through its in-process frontend";
+
+    const QStringList refused[] = {
+        {"--curve-server-key-file", dir.filePath("server.pub"), "--curve-secret-key-file",
+         dir.filePath("stranger.secret")},
+        {},
+    };
+    for (const QStringList& keys : refused) {
+        outcome = runProgram("zalctl", keys + QStringList{"--timeout", "1500", "-e", frontend, "groups"});
+        EXPECT_EQ(outcome.status, 3) << keys.join(' ').toStdString();
+        EXPECT_TRUE(outcome.out.isEmpty()) << outcome.out.toStdString();
+    }
+    outcome = runProgram("zalctl", authorised + QStringList{"create-group", "after"});
+    EXPECT_EQ(outcome.status, 0) << "the host kept serving: " << outcome.err.toStdString();
+    EXPECT_FALSE(host.output().contains("WARNING")) << host.output().toStdString();
+    EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+}
+
+TEST_F(ZalHost, WarnsOfAFrontendOpenToTheNetworkWithoutCurve) {
+    const auto run = [&](const QString& name, const QByteArray& content) {
+        return runProgram("zal-host", {"--config", write(name, content), "--duration", "0.2"});
+    };
+    auto outcome = run("open.ini", "EnvironmentAddress=tcp://0.0.0.0:*\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_TRUE(outcome.err.contains("zal-host: WARNING: the frontend tcp://0.0.0.0:"))
+        << outcome.err.toStdString();
+    EXPECT_TRUE(outcome.err.contains("without authentication or encryption"));
+
+    outcome = run("loopback.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_FALSE(outcome.err.contains("WARNING")) << outcome.err.toStdString();
+
+    ASSERT_EQ(runProgram("zalctl", {"keygen", "--secret-file", dir.filePath("server.secret")}).status, 0);
+    write("nobody", "# nobody yet\n");
+    outcome = run("secured.ini",
+                  "EnvironmentAddress=tcp://"
+                  "0.0.0.0:*\nCurveSecretKeyFile=server.secret\nCurveAuthorizedKeysFile=nobody\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_FALSE(outcome.err.contains("WARNING")) << outcome.err.toStdString();
+
+    // Half a CURVE configuration is refused rather than run open; the trace says why.
+    QProcessEnvironment tracing = QProcessEnvironment::systemEnvironment();
+    tracing.insert("ZAL_TRACE_MASK", "0x20");
+    const struct {
+        QByteArray config;
+        QString reason;
+    } halves[] = {
+        {"CurveSecretKeyFile=server.secret\n", "a CURVE secret key is set without CurveAuthorizedKeysFile"},
+        {"CurveAuthorizedKeysFile=nobody\n", "neither CurveSecretKey nor CurveSecretKeyFile"},
+        {"CurveSecretKey=tooshort\nCurveAuthorizedKeysFile=nobody\n", "CurveSecretKey is not a CURVE key"},
+        {"CurveSecretKeyFile=nobody\nCurveAuthorizedKeysFile=nobody\n", "holds 0 keys where one is expected"},
+    };
+    for (const auto& half : halves) {
+        outcome =
+            runProgram("zal-host",
+                       {"--config", write("half.ini", "EnvironmentAddress=tcp://0.0.0.0:*\n" + half.config),
+                        "--duration", "0.2"},
+                       tracing);
+        EXPECT_EQ(outcome.status, 1) << half.config.toStdString();
+        EXPECT_TRUE(outcome.err.contains(half.reason)) << outcome.err.toStdString();
+    }
 }

@@ -9,7 +9,8 @@ namespace zaltools {
 using Message = zalmsg::ControlMessage;
 
 struct CommandRunner::Connection {
-    Connection(const std::string& endpoint, int timeoutMs) : client(endpoint, true, timeoutMs) {}
+    Connection(const std::string& endpoint, int timeoutMs, zal::RequestClient::Prepare prepare)
+        : client(endpoint, true, timeoutMs, std::move(prepare)) {}
     zal::RequestClient client;
 };
 
@@ -17,6 +18,11 @@ CommandRunner::CommandRunner(std::string endpoint, int timeoutMs, bool xml, std:
     : endpoint(std::move(endpoint)), timeoutMs(timeoutMs), xml(xml), parser(std::move(prefix)) {}
 
 CommandRunner::~CommandRunner() = default;
+
+void CommandRunner::useCurve(std::string serverPublicKey, zal::CurveKeys::Pair clientKeys) {
+    curveServerKey = std::move(serverPublicKey);
+    curveClientKeys = std::move(clientKeys);
+}
 
 CommandResult CommandRunner::execute(const QStringList& words) {
     try {
@@ -35,7 +41,13 @@ CommandResult CommandRunner::execute(const Command& command) {
     try {
         if (!connection) {
             try {
-                connection = std::make_unique<Connection>(endpoint, timeoutMs);
+                zal::RequestClient::Prepare prepare;
+                if (!curveServerKey.empty()) {
+                    prepare = [server = curveServerKey, keys = curveClientKeys](zmq::socket_t& socket) {
+                        zal::CurveKeys::applyClient(socket, server, keys);
+                    };
+                }
+                connection = std::make_unique<Connection>(endpoint, timeoutMs, std::move(prepare));
             } catch (const zmq::error_t& e) {
                 result.status = ExitStatus::Usage;
                 result.text = QStringLiteral("Cannot use endpoint '%1': %2")
@@ -100,10 +112,13 @@ bool CommandRunner::ask(const std::string& destination, const Message& request, 
         return false;
     }
     result.status = ExitStatus::Timeout;
-    result.text = QStringLiteral(
-                      "Time-out: %1 (no reply from %2; nothing listens at the endpoint, or that "
-                      "group or processor does not exist)")
-                      .arg(result.text, QString::fromStdString(destination));
+    result.text =
+        QStringLiteral(
+            "Time-out: %1 (no reply from %2; nothing listens at the endpoint, or that "
+            "group or processor does not exist%3)")
+            .arg(result.text, QString::fromStdString(destination),
+                 curveServerKey.empty() ? QString()
+                                        : QStringLiteral(", or the server refused these CURVE keys"));
     return false;
 }
 

@@ -13,9 +13,11 @@
 #include "commandbinding.h"
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
+#include "zal/constants.h"
 #include "zal/context.h"
 #include "zal/environment.h"
 #include "zal/environmentdll.h"
+#include "zal/icfg.h"
 #include "zal/idllinstance.h"
 
 namespace {
@@ -69,6 +71,30 @@ void raiseDescriptorLimit() {
     }
 }
 
+const wchar_t* const instanceName = L"zal-host";
+
+// Anything that reaches a TCP frontend will send a malformed message sooner or later, and by the
+// library's default that ends the router; the host keeps serving instead. The configuration's
+// own RouterDropMalformed still wins, read the same way the library reads it.
+void preferDroppingMalformedOnTcp() {
+    const std::unique_ptr<ICfg> cfg =
+        CfgCenter::CreateCfg(QString::fromWCharArray(instanceName), 2, QString());
+    if (cfg && cfg->readString(QStringLiteral("EnvironmentAddress"), QString())
+                   .startsWith(QLatin1String("tcp://"))) {
+        CfgCenter::SetDefault(QStringLiteral("RouterDropMalformed"), QStringLiteral("true"));
+    }
+}
+
+// Loopback only: 127.0.0.0/8 and ::1, as ZeroMQ reports a bound address (tcp://HOST:PORT).
+bool isLoopbackTcp(const QString& endpoint) {
+    QString host = endpoint.mid(6).section(QLatin1Char(':'), 0, -2);
+    if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']'))) {
+        host = host.mid(1, host.size() - 2);
+    }
+    return host.startsWith(QLatin1String("127.")) || host == QLatin1String("::1") ||
+           host == QLatin1String("localhost");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -79,9 +105,12 @@ int main(int argc, char** argv) {
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Runs the zal middleware in this process until SIGINT, SIGTERM or --duration.\n"
-                       "The frontend address is the key EnvironmentAddress of the configuration (default: "
-                       "in-process only).\n\n") +
+        QStringLiteral(
+            "Runs the zal middleware in this process until SIGINT, SIGTERM or --duration.\n"
+            "The frontend address is the key EnvironmentAddress of the configuration (default: "
+            "in-process only). RouterDropMalformed (default: on for a tcp:// frontend, else off)\n"
+            "makes the router drop malformed messages instead of stopping. CurveSecretKeyFile (or\n"
+            "CurveSecretKey) with CurveAuthorizedKeysFile admits authorised CURVE clients only.\n\n") +
         QString::fromLatin1(statusHelp));
     parser.addHelpOption();
     const QCommandLineOption config(QStringLiteral("config"),
@@ -126,13 +155,14 @@ int main(int argc, char** argv) {
     }
 
     raiseDescriptorLimit();
+    preferDroppingMalformedOnTcp();
     Library library;
     QString loadError;
     if (!library.load(loadError)) {
         err << "zal-host: cannot load libzal.so: " << loadError << "\n";
         return StartFailed;
     }
-    IDllInstance* instance = library.create(L"zal-host");
+    IDllInstance* instance = library.create(instanceName);
     if (instance == nullptr || !instance->Execute(argc, argv)) {
         err << "zal-host: the environment did not start (ZAL_TRACE_MASK=0x20 shows why)\n";
         library.destroy(instance);
@@ -144,11 +174,23 @@ int main(int argc, char** argv) {
                                      : std::string();
     out << "zal-host: frontend listening at " << QString::fromStdString(frontend) << "\n";
     out.flush();
+    const bool curve = environmentDll != nullptr && environmentDll->getEnvironment()->frontendUsesCurve();
+    const QString frontendText = QString::fromStdString(frontend);
+    if (frontendText.startsWith(QLatin1String("tcp://")) && !curve && !isLoopbackTcp(frontendText)) {
+        err << "zal-host: WARNING: the frontend " << frontendText
+            << " is reachable from the network without authentication or encryption: anyone who can "
+               "connect can control this host and read its replies. Set CurveSecretKeyFile and "
+               "CurveAuthorizedKeysFile in the configuration, or listen on 127.0.0.1.\n";
+        err.flush();
+    }
+    // The host's own clients are inside the process: with CURVE they use the in-process frontend,
+    // which needs no keys.
+    const std::string ownFrontend = curve ? std::string(zal::routerFrontendAddressDefault) : frontend;
 
     int status = Ok;
     // The runner's sockets must be closed before the context goes, or terminating it waits forever.
-    auto runner =
-        std::make_unique<PipelineRunner>(frontend, splitPipelineLine, makeCommandExecutor(frontend), out);
+    auto runner = std::make_unique<PipelineRunner>(ownFrontend, splitPipelineLine,
+                                                   makeCommandExecutor(ownFrontend), out);
     if (parser.isSet(pipeline)) {
         QString error;
         if (!runner->run(parser.value(pipeline), error)) {

@@ -1,10 +1,13 @@
 // zalctl: one control request to a running system per call, with the reply's result as exit status.
+#include <QFile>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <cstdio>
 #include <cstdlib>
 
 #include "zal/constants.h"
+#include "zal/curvekeys.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/commandrunner.h"
 #include "zaltools/exitstatus.h"
@@ -30,9 +33,19 @@ QString helpText() {
                "      --timeout MS     how long to wait for each reply, in milliseconds (default %2)\n"
                "      --xml            print the raw reply XML instead (a command may also end in --xml)\n"
                "  -h, --help           print this help\n"
+               "CURVE, for a frontend that requires it (all keys are 40 Z85 characters):\n"
+               "      --curve-server-key KEY        the server's public key\n"
+               "      --curve-server-key-file FILE  ... read from a key file\n"
+               "      --curve-secret-key KEY        this client's secret key\n"
+               "      --curve-secret-key-file FILE  ... read from a key file (preferred: not shown by ps)\n"
+               "      --curve-public-key KEY        this client's public key (default: derived from the "
+               "secret)\n"
                "\n"
                "Commands:\n"
                "  %3\n"
+               "  keygen [--public-file FILE] [--secret-file FILE]\n"
+               "      makes a CURVE key pair, prints it and writes the key files asked for (never over an\n"
+               "      existing file; the secret one readable by its owner only)\n"
                "\n"
                "Names: GROUP and PROCESSOR must not be empty or contain '/'. connect without --address\n"
                "resolves STREAM at the group's name service and connects to its first address.\n"
@@ -45,7 +58,9 @@ QString helpText() {
                "  2   error reply, or a reply that cannot be read\n"
                "  3   time-out: no reply (nothing listens at the endpoint, or the group or processor\n"
                "      does not exist, since the router drops requests for unknown destinations)\n"
-               "  64  usage error: unknown command or option, missing or bad argument, bad endpoint\n"
+               "  64  usage error: unknown command or option, missing or bad argument, bad endpoint,\n"
+               "      a CURVE key or key file that cannot be used\n"
+               "  73  keygen could not write a key file\n"
                "\n"
                "Examples:\n"
                "  zalctl -e tcp://127.0.0.1:5555 create-group g1\n"
@@ -55,7 +70,9 @@ QString helpText() {
                "  zalctl set g1 gen rate 1000\n"
                "  zalctl get g1 counter count\n"
                "  zalctl --xml streams g1 gen\n"
-               "  ZAL_ENDPOINT=tcp://10.0.0.5:5555 zalctl groups\n")
+               "  ZAL_ENDPOINT=tcp://10.0.0.5:5555 zalctl groups\n"
+               "  zalctl keygen --public-file client.pub --secret-file client.secret\n"
+               "  zalctl --curve-server-key-file server.pub --curve-secret-key-file client.secret groups\n")
         .arg(QLatin1String(defaultEndpoint))
         .arg(zal::socketDefaultTimeout)
         .arg(commands);
@@ -72,6 +89,98 @@ int usage(const QString& text) {
     return static_cast<int>(ExitStatus::Usage);
 }
 
+bool isOption(const QString& word, const QStringList& names) {
+    return names.contains(word);
+}
+
+// Writes one key as a key file: a comment line, then the key. A file that exists is left alone.
+bool writeKeyFile(const QString& path, const QString& comment, const std::string& key, bool secret,
+                  QString& error) {
+    QFile file(path);
+    if (file.exists()) {
+        error = QStringLiteral("'%1' exists; keygen does not overwrite key files.").arg(path);
+        return false;
+    }
+    const QFileDevice::Permissions owner = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    const QFileDevice::Permissions mode =
+        secret ? owner : owner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    // Created with its final permissions, so a secret key is never readable by others, not even briefly.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly, mode)) {
+        error = QStringLiteral("cannot write '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    const QByteArray text = "# " + comment.toUtf8() + "\n" + QByteArray::fromStdString(key) + "\n";
+    if (file.write(text) != text.size() || !file.flush()) {
+        error = QStringLiteral("cannot write '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+int keygen(const QStringList& words) {
+    QMap<QString, QString> files;
+    for (qsizetype i = 0; i < words.size(); ++i) {
+        const qsizetype equals = words[i].indexOf(QLatin1Char('='));
+        const QString option = equals < 0 ? words[i] : words[i].left(equals);
+        if (option != QLatin1String("--public-file") && option != QLatin1String("--secret-file")) {
+            return usage(QStringLiteral("keygen: unexpected '%1'.").arg(words[i]));
+        }
+        QString value =
+            equals < 0 ? (i + 1 < words.size() ? words[++i] : QString()) : words[i].mid(equals + 1);
+        if (value.isEmpty()) {
+            return usage(QStringLiteral("keygen: %1 needs a file name.").arg(option));
+        }
+        files[option] = value;
+    }
+    const zal::CurveKeys::Pair pair = zal::CurveKeys::generate();
+    QString error;
+    if ((files.contains(QStringLiteral("--public-file")) &&
+         !writeKeyFile(files[QStringLiteral("--public-file")], QStringLiteral("zal CURVE public key"),
+                       pair.publicKey, false, error)) ||
+        (files.contains(QStringLiteral("--secret-file")) &&
+         !writeKeyFile(files[QStringLiteral("--secret-file")],
+                       QStringLiteral("zal CURVE secret key: keep it private"), pair.secretKey, true,
+                       error))) {
+        print(stderr, QStringLiteral("zalctl: keygen: %1").arg(error));
+        return static_cast<int>(ExitStatus::CannotWrite);
+    }
+    print(stdout, QStringLiteral("public-key: %1\nsecret-key: %2")
+                      .arg(QString::fromStdString(pair.publicKey), QString::fromStdString(pair.secretKey)));
+    return static_cast<int>(ExitStatus::Success);
+}
+
+// The CURVE options as given; each key may come inline or from a key file, not both.
+struct CurveOptions {
+    QMap<QString, QString> values;
+
+    bool any() const { return !values.isEmpty(); }
+
+    // Throws CurveKeyError, whose text is shown as a usage error, for anything unusable.
+    std::string key(const QString& inlineOption, const QString& fileOption, const char* what) const {
+        if (values.contains(inlineOption) && values.contains(fileOption)) {
+            throw zal::CurveKeyError(
+                QStringLiteral("give %1 or %2, not both.").arg(inlineOption, fileOption).toStdString());
+        }
+        if (values.contains(fileOption)) {
+            return zal::CurveKeys::readSingleKey(values[fileOption]);
+        }
+        if (!values.contains(inlineOption)) {
+            throw zal::CurveKeyError(QStringLiteral("CURVE needs %1 (%2 or %3).")
+                                         .arg(QLatin1String(what), inlineOption, fileOption)
+                                         .toStdString());
+        }
+        const std::string key = values[inlineOption].trimmed().toStdString();
+        if (!zal::CurveKeys::isKey(key)) {
+            throw zal::CurveKeyError(
+                QStringLiteral("%1 is not a CURVE key (40 Z85 characters).").arg(inlineOption).toStdString());
+        }
+        return key;
+    }
+};
+
+const QStringList curveOptionNames = {"--curve-server-key", "--curve-server-key-file", "--curve-public-key",
+                                      "--curve-secret-key", "--curve-secret-key-file"};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -85,6 +194,7 @@ int main(int argc, char** argv) {
                            : QString::fromLatin1(defaultEndpoint);
     int timeoutMs = zal::socketDefaultTimeout;
     bool xml = false;
+    CurveOptions curve;
 
     qsizetype i = 0;
     for (; i < arguments.size(); ++i) {
@@ -106,8 +216,7 @@ int main(int argc, char** argv) {
         }
         const qsizetype equals = word.startsWith(QLatin1String("--")) ? word.indexOf(QLatin1Char('=')) : -1;
         const QString option = equals < 0 ? word : word.left(equals);
-        if (option != QLatin1String("-e") && option != QLatin1String("--endpoint") &&
-            option != QLatin1String("--timeout")) {
+        if (!isOption(option, {"-e", "--endpoint", "--timeout"}) && !isOption(option, curveOptionNames)) {
             return usage(QStringLiteral("unknown option '%1'.").arg(option));
         }
         QString value;
@@ -118,7 +227,9 @@ int main(int argc, char** argv) {
         } else {
             return usage(QStringLiteral("option %1 needs a value.").arg(option));
         }
-        if (option == QLatin1String("--timeout")) {
+        if (isOption(option, curveOptionNames)) {
+            curve.values[option] = value;
+        } else if (option == QLatin1String("--timeout")) {
             bool number = false;
             timeoutMs = value.toInt(&number);
             if (!number || timeoutMs <= 0) {
@@ -135,7 +246,31 @@ int main(int argc, char** argv) {
         return usage(QStringLiteral("no command given."));
     }
 
+    if (arguments[i] == QLatin1String("keygen")) {
+        return keygen(arguments.mid(i + 1));
+    }
+
     zaltools::CommandRunner runner(endpoint.toStdString(), timeoutMs, xml);
+    if (curve.any()) {
+        try {
+            const std::string server =
+                curve.key(QStringLiteral("--curve-server-key"), QStringLiteral("--curve-server-key-file"),
+                          "the server's public key");
+            zal::CurveKeys::Pair client;
+            client.secretKey =
+                curve.key(QStringLiteral("--curve-secret-key"), QStringLiteral("--curve-secret-key-file"),
+                          "this client's secret key");
+            client.publicKey = zal::CurveKeys::publicKeyOf(client.secretKey);
+            if (curve.values.contains(QStringLiteral("--curve-public-key")) &&
+                curve.values[QStringLiteral("--curve-public-key")].trimmed().toStdString() !=
+                    client.publicKey) {
+                throw zal::CurveKeyError("--curve-public-key does not belong to the secret key given.");
+            }
+            runner.useCurve(server, client);
+        } catch (const zal::CurveKeyError& e) {
+            return usage(QString::fromStdString(e.what()));
+        }
+    }
     const zaltools::CommandResult result = runner.execute(arguments.mid(i));
     switch (result.status) {
         case ExitStatus::Usage:

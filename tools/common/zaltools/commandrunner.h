@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zal/constants.h"
+#include "zal/curvekeys.h"
 #include "zal/msg/controlmessage.h"
 #include "zaltools/command.h"
 #include "zaltools/commandparser.h"
@@ -37,6 +38,10 @@ public:
     CommandRunner(const CommandRunner&) = delete;
     CommandRunner& operator=(const CommandRunner&) = delete;
 
+    // Makes the connection a CURVE client of a server with that public key; call before the first
+    // command. The keys must be valid (CurveKeys::isKey).
+    void useCurve(std::string serverPublicKey, zal::CurveKeys::Pair clientKeys);
+
     // Never throws: every failure becomes a status and a text.
     CommandResult execute(const QStringList& words);
     CommandResult execute(const Command& command);
@@ -48,6 +53,8 @@ private:
     std::string endpoint;
     int timeoutMs;
     bool xml;
+    std::string curveServerKey;  // empty: plain connection
+    zal::CurveKeys::Pair curveClientKeys;
     CommandParser parser;
     std::unique_ptr<Connection> connection;
 };

@@ -11,6 +11,7 @@ enum class ExitStatus : int {
     Error = 2,
     Timeout = 3,
     Usage = 64,
+    CannotWrite = 73,  // EX_CANTCREAT: zalctl keygen could not write a key file
 };
 
 }  // namespace zaltools

@@ -1,0 +1,24 @@
+// What a configuration asks of the router beyond its addresses.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zal {
+
+struct RouterOptions {
+    // Off, the library's default: a malformed message (wrong number of frames) ends the router's
+    // loop with SocketError "Invalid message format". On: the rest of that message is dropped,
+    // "Invalid message format" is traced with the sender's identity, and the loop goes on; and a
+    // send that would block (a peer that stopped reading, or whose queue is full) is dropped as
+    // undeliverable, so that one such peer cannot stall every other.
+    bool dropMalformed = false;
+    // The frontend's CURVE secret key (Z85). Empty: no CURVE, the frontend is as plain as ever.
+    // Set: clients must speak CURVE and hold a key of `curveAuthorizedKeys`, which the
+    // environment's ZAP handler checks; the in-process frontend address is bound as well, for
+    // clients inside the process, which never pass a handshake.
+    std::string curveSecretKey;
+    std::vector<std::string> curveAuthorizedKeys;
+};
+
+}  // namespace zal

@@ -1,0 +1,373 @@
+// A real zal-host with a TCP frontend under attack: broken framing, huge and empty frames, bad
+// text and XML, unknown types and identities, floods and clients that vanish. After each attack a
+// fresh client is served correctly by the group manager, a group and a processor, no thread of
+// the host has gone, and its resident memory is back near where it was.
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "support/frontendclient.h"
+#include "support/procstatus.h"
+#include "support/program.h"
+#include "support/qtprinters.h"
+#include "support/requestflood.h"
+#include "zal/constants.h"
+#include "zal/endpoints.h"
+
+using namespace zal;
+using Message = zalmsg::ControlMessage;
+using Helper = ControlMessageHelper;
+using zaltest::FrontendClient;
+
+namespace {
+
+const std::string manager = internalAddressPrefixDefault;
+const std::string group = Endpoints::getGroupEndpoint("g", manager);
+const std::string echo = Endpoints::getProcessorEndpoint("g", "echo", manager);
+
+// How far resident memory may stay above its level before an attack once the attack is over.
+// Everything an attack allocates is freed when its messages are answered or dropped, but glibc
+// keeps part of what a burst used in its per-thread arenas and libzmq keeps its pipes' chunks;
+// a leak of the 64 MiB frame, or of a few KiB per request over 10 000 requests, lies well above
+// this. Under a sanitizer freed memory is held back on purpose (ASan's quarantine), and
+// LeakSanitizer checks the host for leaks at its exit instead.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr long long rssToleranceKiB = 512 * 1024;
+#else
+constexpr long long rssToleranceKiB = 16 * 1024;
+#endif
+
+// The payload of `message` with the text `marker` (which it must contain) replaced by `raw`.
+QByteArray spliced(const Message& message, const QByteArray& marker, const QByteArray& raw) {
+    QByteArray payload = Helper::toPayload(message);
+    EXPECT_TRUE(payload.contains(marker));
+    return payload.replace(marker, raw);
+}
+
+QByteArray rootNameOf(const QByteArray& payload) {
+    qsizetype at = payload.indexOf('<');
+    while (at >= 0 && (payload.mid(at, 2) == "<?" || payload.mid(at, 2) == "<!")) {
+        at = payload.indexOf('<', at + 1);
+    }
+    qsizetype end = at + 1;
+    while (end < payload.size() && !QByteArrayView(" />").contains(payload[end])) {
+        ++end;
+    }
+    return payload.mid(at + 1, end - at - 1);
+}
+
+// `doctype` placed before the root element of `payload`.
+QByteArray withDoctype(QByteArray payload, const QByteArray& doctype) {
+    const QByteArray root = rootNameOf(payload);
+    return payload.insert(payload.indexOf("<" + root), doctype);
+}
+
+class HostileClients : public ::testing::Test {
+protected:
+    void SetUp() override {
+        // glibc moves its mmap threshold up after large frees and then keeps freed blocks in its
+        // arenas; a fixed threshold gives large blocks back at once, so resident memory shows
+        // what the host still holds rather than what the allocator keeps for later.
+        qputenv("MALLOC_MMAP_THRESHOLD_", "65536");
+        qputenv("MALLOC_TRIM_THRESHOLD_", "131072");
+        const QString config = write("host.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n");
+        const QString pipeline = write("echo.pipeline", "create-group g\ncreate g echo testplugin.Echo\n");
+        host = std::make_unique<zaltest::RunningProgram>(
+            "zal-host", QStringList{"--config", config, "--pipeline", pipeline});
+        const QString line = host->awaitLine("frontend listening at ");
+        ASSERT_FALSE(line.isNull()) << host->output().toStdString();
+        frontend = line.section(' ', -1).toStdString();
+        ASSERT_TRUE(QString::fromStdString(frontend).startsWith("tcp://127.0.0.1:"));
+        // The pipeline runs after the frontend is announced: one reply line per command.
+        ASSERT_FALSE(host->awaitLine("Success").isNull()) << host->output().toStdString();
+        ASSERT_FALSE(host->awaitLine("Success").isNull()) << host->output().toStdString();
+        // Warm-up, so that the baseline already holds what serving any request costs once.
+        flood(5, 100);
+        expectServing();
+        baseline = zaltest::procStatus(host->processId());
+        ASSERT_GT(baseline.rssKiB, 0);
+    }
+
+    void TearDown() override {
+        if (host) {
+            EXPECT_EQ(host->terminate(), 0) << "the host did not stop cleanly:\n"
+                                            << host->output().toStdString();
+        }
+    }
+
+    QString write(const QString& name, const QByteArray& content) {
+        QFile file(dir.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return file.fileName();
+    }
+
+    // A fresh client gets correct replies from the group manager, the group and its processor.
+    void expectServing() {
+        FrontendClient client(frontend);
+        EXPECT_EQ(client.succeed(manager, Helper::makeQueryProcessorGroupsMessage()).GetParameter(), "g");
+        EXPECT_EQ(client.succeed(group, Helper::makeQueryProcessorsMessage()).GetParameter(), "echo");
+        const std::string probe = "probe-" + std::to_string(++probes);
+        EXPECT_EQ(client.succeed(echo, Helper::makeStartNewRecordingMessage(probe)).GetParameter(),
+                  QString::fromStdString(probe + " echoed"));
+    }
+
+    // Serving, every thread still there, and resident memory back within the tolerance (the
+    // host frees what an attack used when the attack ends, so the wait is bounded).
+    void expectRecovered(const char* attack) {
+        SCOPED_TRACE(attack);
+        expectServing();
+        zaltest::ProcStatus now = zaltest::procStatus(host->processId());
+        EXPECT_EQ(now.threads, baseline.threads) << "a thread of the host ended or was added";
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (now.rssKiB > baseline.rssKiB + rssToleranceKiB &&
+               std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            now = zaltest::procStatus(host->processId());
+        }
+        std::printf("%s: rss_kib_before=%lld rss_kib_after=%lld threads_before=%d threads_after=%d\n", attack,
+                    baseline.rssKiB, now.rssKiB, baseline.threads, now.threads);
+        EXPECT_LE(now.rssKiB, baseline.rssKiB + rssToleranceKiB);
+    }
+
+    // `clients` clients at once, each sending `requests` requests before reading any reply; every
+    // reply must come back to its sender with its own value. Returns the number answered right.
+    long flood(int clients, int requests) {
+        std::atomic<long> correct{0};
+        std::vector<std::thread> threads;
+        for (int c = 0; c < clients; ++c) {
+            threads.emplace_back([&, c] {
+                FrontendClient client(frontend);
+                for (int r = 0; r < requests; ++r) {
+                    client.send(echo, Helper::toPayload(Helper::makeStartNewRecordingMessage(
+                                          std::to_string(c) + "/" + std::to_string(r))));
+                }
+                for (int r = 0; r < requests; ++r) {
+                    const auto frames = client.receive(30000);
+                    if (frames.size() != 3) {
+                        return;
+                    }
+                    const Message reply = Helper::fromPayload(frames[2]);
+                    const QString wanted = QStringLiteral("%1/%2 echoed").arg(c).arg(r);
+                    if (frames[1] == Helper::makeIdentity(echo) && reply.GetParameter() == wanted &&
+                        reply.GetResultType() == Message::ResultType::Success) {
+                        ++correct;
+                    }
+                }
+            });
+        }
+        for (auto& thread : threads) {
+            thread.join();
+        }
+        return correct;
+    }
+
+    // The reply to one raw request, parsed; fails the test when none comes.
+    Message replyTo(const std::string& destination, const QByteArray& payload, long timeoutMs = 20000) {
+        FrontendClient client(frontend);
+        client.send(destination, payload);
+        const auto frames = client.receive(timeoutMs);
+        if (frames.size() != 3) {
+            ADD_FAILURE() << "no reply from " << destination;
+            return Message();
+        }
+        EXPECT_EQ(frames[1], Helper::makeIdentity(destination));
+        Message reply;
+        EXPECT_TRUE(Helper::decodeRequest(frames[2], reply)) << reply.GetMessageText().toStdString();
+        return reply;
+    }
+
+    QString refusal(const std::string& destination, const QByteArray& payload) {
+        const Message reply = replyTo(destination, payload);
+        EXPECT_EQ(reply.GetResultType(), Message::ResultType::Error);
+        return reply.GetMessageText();
+    }
+
+    QTemporaryDir dir;
+    std::unique_ptr<zaltest::RunningProgram> host;
+    std::string frontend;
+    zaltest::ProcStatus baseline;
+    int probes = 0;
+};
+
+}  // namespace
+
+// Messages of the wrong number of frames reach the router, which drops them and goes on.
+TEST_F(HostileClients, MessagesWithTheWrongNumberOfFramesAreDropped) {
+    const QByteArray payload = Helper::toPayload(Helper::makeQueryProcessorGroupsMessage());
+    const QByteArray identity = Helper::makeIdentity(manager);
+    const std::vector<std::pair<const char*, std::vector<QByteArray>>> attacks{
+        {"one frame", {payload}},
+        {"two frames", {"", identity}},
+        {"three frames without the delimiter", {identity, payload, payload}},
+        {"four frames", {"", identity, payload, payload}},
+        {"five frames", {"", identity, payload, "", payload}},
+        {"one empty frame", {""}},
+    };
+    for (const auto& [name, frames] : attacks) {
+        FrontendClient attacker(frontend);
+        attacker.sendRaw(frames);
+        EXPECT_TRUE(attacker.receive(300).empty()) << name;
+        expectRecovered(name);
+    }
+}
+
+TEST_F(HostileClients, EmptyAndHugeFramesAreAnsweredOrDropped) {
+    EXPECT_TRUE(refusal(manager, "").startsWith("Invalid message")) << "empty payload";
+    {
+        // An empty destination and a destination nobody has: nothing comes back.
+        FrontendClient attacker(frontend);
+        attacker.sendRaw({"", "", Helper::toPayload(Helper::makeQueryProcessorGroupsMessage())});
+        attacker.sendRaw({"", "", ""});
+        EXPECT_TRUE(attacker.receive(300).empty());
+    }
+    expectRecovered("empty frames");
+
+    const QByteArray garbage(64 * 1024 * 1024, 'A');
+    EXPECT_TRUE(refusal(group, garbage).startsWith("Invalid message"));
+    expectRecovered("64 MiB of garbage");
+
+    // A well-formed request of 64 MiB, answered with all of it.
+    const std::string big(64 * 1024 * 1024, 'b');
+    const Message reply = replyTo(echo, Helper::toPayload(Helper::makeStartNewRecordingMessage(big)), 60000);
+    EXPECT_EQ(reply.GetParameter().size(), big.size() + 7);
+    expectRecovered("64 MiB request");
+
+    // 64 MiB as a destination identity: nobody has it.
+    FrontendClient attacker(frontend);
+    attacker.sendRaw({"", garbage, Helper::toPayload(Helper::makeQueryProcessorGroupsMessage())});
+    EXPECT_TRUE(attacker.receive(300).empty());
+    expectRecovered("64 MiB identity");
+}
+
+TEST_F(HostileClients, BadTextAndBadXmlAreRefused) {
+    const Message carrier = Helper::makeStartNewRecordingMessage("MARKER");
+    const QByteArray valid = Helper::toPayload(carrier);
+
+    // Invalid UTF-8 outside and inside an otherwise good message.
+    EXPECT_TRUE(refusal(manager, "\xff\xfe\xc0\x80\xed\xa0\x80").startsWith("Invalid message"));
+    const Message mangled = replyTo(echo, spliced(carrier, "MARKER", "a\xc3\x28\xf0\x28\x8c\xbc\xff"));
+    EXPECT_TRUE(mangled.GetParameter().startsWith("a")) << mangled.GetParameter().toStdString();
+    expectRecovered("invalid UTF-8");
+
+    EXPECT_TRUE(refusal(group, "hello").startsWith("Invalid message"));
+    EXPECT_TRUE(refusal(group, valid.left(valid.size() / 2)).startsWith("Invalid message"));
+    EXPECT_TRUE(refusal(echo, spliced(carrier, "MARKER", "</oops>")).startsWith("Invalid message"));
+    EXPECT_TRUE(refusal(echo, valid + "<trailing/>").startsWith("Invalid message"));
+    expectRecovered("malformed XML");
+
+    // 200 000 nested elements, inside the message and as its only content.
+    const QByteArray open = QByteArray("<a>").repeated(200000);
+    const QByteArray close = QByteArray("</a>").repeated(200000);
+    const QByteArray root = rootNameOf(valid);
+    QByteArray nestedInside = valid;
+    nestedInside.insert(nestedInside.indexOf('>', nestedInside.indexOf("<" + root)) + 1, open + close);
+    replyTo(echo, nestedInside);
+    EXPECT_EQ(refusal(manager, open + close).left(15), "Invalid message");
+    expectRecovered("deeply nested XML");
+
+    // Entities: an expansion bomb, and an external entity that must not be read.
+    QByteArray bomb = "<!DOCTYPE " + root + " [<!ENTITY l0 \"lollollollollollollollollollol\">";
+    for (int level = 1; level <= 9; ++level) {
+        bomb += "<!ENTITY l" + QByteArray::number(level) + " \"" +
+                ("&l" + QByteArray::number(level - 1) + ";").repeated(10) + "\">";
+    }
+    bomb += "]>";
+    const Message bombed = replyTo(echo, withDoctype(spliced(carrier, "MARKER", "&l9;"), bomb));
+    EXPECT_LT(bombed.GetParameter().size(), 1024 * 1024) << "the bomb went off";
+    const Message external =
+        replyTo(echo, withDoctype(spliced(carrier, "MARKER", "&x;"),
+                                  "<!DOCTYPE " + root + " [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>"));
+    EXPECT_FALSE(external.GetParameter().contains("root:")) << "an external entity was read";
+    expectRecovered("entities");
+}
+
+TEST_F(HostileClients, UnknownTypesAndIdentitiesAreRefusedOrDropped) {
+    const Message query = Helper::makeQueryProcessorGroupsMessage();
+    const QByteArray type = query.GetMessageTypeAsString().toUtf8();
+    // A type the schema does not name is either refused by the reader or by the service.
+    for (const QByteArray& unknown : {QByteArray("NoSuchType"), QByteArray("4294967296"), QByteArray("-1")}) {
+        for (const std::string& destination : {manager, group, echo}) {
+            const QString text = refusal(destination, spliced(query, type, unknown));
+            EXPECT_TRUE(text == "Unknown message type" || text.startsWith("Invalid message"))
+                << text.toStdString();
+        }
+    }
+    // Known types at services that do not serve them.
+    EXPECT_EQ(refusal(manager, Helper::toPayload(Helper::makeGetParameterListMessage())),
+              "Unknown message type");
+    EXPECT_EQ(refusal(group, Helper::toPayload(query)), "Unknown message type");
+    EXPECT_EQ(refusal(echo, Helper::toPayload(query)), "Unknown message type");
+
+    FrontendClient attacker(frontend);
+    for (const QByteArray& identity :
+         {QByteArray("inproc://nobody"), Helper::makeIdentity("inproc://nobody"), QByteArray("inproc://zal"),
+          Helper::makeIdentity(Endpoints::getInternalRouterEndpoint(manager)), QByteArray(1, '\0'),
+          QByteArray(255, 'x')}) {
+        attacker.sendRaw({"", identity, Helper::toPayload(query)});
+    }
+    EXPECT_TRUE(attacker.receive(300).empty());
+    expectRecovered("unknown types and identities");
+}
+
+TEST_F(HostileClients, TenThousandRequestsFromFiftyClientsAtOnceAreAllAnswered) {
+    EXPECT_EQ(flood(50, 200), 10000);
+    expectRecovered("10 000 requests from 50 clients");
+}
+
+TEST_F(HostileClients, ClientsThatVanishBeforeTheirRepliesCostNothing) {
+    for (int c = 0; c < 100; ++c) {
+        FrontendClient client(frontend);
+        for (int r = 0; r < 20; ++r) {
+            client.send(r % 2 == 0 ? echo : manager,
+                        Helper::toPayload(Helper::makeStartNewRecordingMessage(std::to_string(r))));
+        }
+        // A big request left half-answered too: its reply meets a closed connection.
+        if (c % 25 == 0) {
+            client.send(echo,
+                        Helper::toPayload(Helper::makeStartNewRecordingMessage(std::string(1 << 22, 'v'))));
+        }
+    }
+    expectRecovered("vanished clients");
+}
+
+TEST_F(HostileClients, SigtermDuringAFloodStopsTheHostCleanly) {
+    zaltest::RequestFlood flood(
+        frontend, 10, [](int) { return echo; }, Helper::makeGetParameterListMessage());
+    EXPECT_TRUE(flood.awaitAnswered(100));
+    const int status = host->terminate(30000);
+    flood.stop();
+    EXPECT_EQ(status, 0) << host->output().toStdString();
+    host.reset();
+}
+
+// A client that asks and asks but never reads: its replies pile up until its connection is full.
+// The router must drop what no longer fits instead of waiting for that client. About 20 MiB of
+// what such a burst used stays resident afterwards (libzmq's and glibc's caches); a second round
+// must not add to it.
+TEST_F(HostileClients, AClientThatNeverReadsItsRepliesStallsNobodyElse) {
+    FrontendClient setup(frontend);
+    setup.succeed(echo, Helper::makeSetParameterMessage("big", std::string(16 * 1024, 'r')));
+    std::vector<long long> after;
+    for (int round = 0; round < 2; ++round) {
+        {
+            FrontendClient attacker(frontend);
+            attacker.raw().set(zmq::sockopt::linger, 0);
+            for (int r = 0; r < 4000; ++r) {
+                attacker.send(echo, Helper::toPayload(Helper::makeGetParameterMessage("big")));
+            }
+            // Served behind all of the attacker's requests, while the attacker is still connected.
+            expectServing();
+        }
+        expectServing();
+        after.push_back(zaltest::procStatus(host->processId()).rssKiB);
+    }
+    std::printf("a client that never reads: rss_kib_before=%lld after_first=%lld after_second=%lld\n",
+                baseline.rssKiB, after[0], after[1]);
+    EXPECT_LE(after[1], after[0] + rssToleranceKiB / 4);
+    EXPECT_EQ(zaltest::procStatus(host->processId()).threads, baseline.threads);
+}

@@ -1,0 +1,182 @@
+// Plug-ins that fail: each failure is answered or contained, and the group, its other processors
+// and the environment go on serving; Shutdown completes while requests are still arriving.
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "support/frontendclient.h"
+#include "support/qtprinters.h"
+#include "support/requestflood.h"
+#include "zal/constants.h"
+#include "zal/endpoints.h"
+#include "zal/environment.h"
+#include "zal/environmentdll.h"
+
+using namespace zal;
+using Message = zalmsg::ControlMessage;
+using Helper = ControlMessageHelper;
+
+namespace {
+
+const std::string manager = internalAddressPrefixDefault;
+const std::string group = Endpoints::getGroupEndpoint("g", manager);
+
+std::string processorAt(const std::string& name) {
+    return Endpoints::getProcessorEndpoint("g", name, manager);
+}
+
+// One group "g" with a healthy source "src" beside whatever a test adds to it.
+class Faults : public ::testing::Test {
+protected:
+    void SetUp() override {
+        client.succeed(manager, Helper::makeCreateProcessorGroupMessage("g"));
+        client.succeed(group, Helper::makeCreateProcessorMessage(
+                                  "streamplugin.Source", "src",
+                                  Helper::makeProcessorConfig("data", "inproc://faults/data")));
+    }
+
+    QString create(const std::string& type, const std::string& name) {
+        const Message reply = client.request(
+            group, Helper::makeCreateProcessorMessage(
+                       type, name, Helper::makeProcessorConfig(name + "-out", "inproc://faults/" + name)));
+        return reply.GetResultType() == Message::ResultType::Success ? QString() : reply.GetMessageText();
+    }
+
+    QString parameter(const std::string& processor, const std::string& name) {
+        return client.succeed(processor, Helper::makeGetParameterMessage(name)).GetParameter();
+    }
+
+    // The manager, the group and the healthy source all answer, and the group lists `processors`.
+    void expectServing(const QString& processors) {
+        EXPECT_EQ(client.succeed(manager, Helper::makeQueryProcessorGroupsMessage()).GetParameter(), "g");
+        EXPECT_EQ(client.succeed(group, Helper::makeQueryProcessorsMessage()).GetParameter(), processors);
+        client.succeed(processorAt("src"), Helper::makeGetParameterMessage("sent"));
+    }
+
+    Environment environment{"tcp://127.0.0.1:*"};
+    zaltest::FrontendClient client{environment.getRouterFrontendAddress()};
+};
+
+}  // namespace
+
+TEST_F(Faults, PlugInsThatFailToCreateAreRefusedAndTheGroupServesOn) {
+    EXPECT_EQ(create("faultplugin.InitThrows", "bad"),
+              "Processor of type 'faultplugin.InitThrows' could not be created: 'Thread failed: "
+              "ControllableThread::run() failed: initialize refused on purpose'.");
+    EXPECT_EQ(create("faultplugin.CreateThrows", "bad"),
+              "Processor of type 'faultplugin.CreateThrows' could not be created: 'plug-in refused on "
+              "purpose'.");
+    // Something that is no std::exception must not end the group's thread either.
+    EXPECT_EQ(create("faultplugin.CreateThrowsOther", "bad"),
+              "Processor of type 'faultplugin.CreateThrowsOther' could not be created: 'An unknown "
+              "exception was thrown'.");
+    expectServing("src");
+    // None of the failures kept the name: a working processor can take it.
+    EXPECT_EQ(create("faultplugin.Misbehaving", "bad"), QString());
+    expectServing("bad,src");
+}
+
+TEST_F(Faults, HandlerExceptionsAreAnsweredOrDroppedAndTheProcessorServesOn) {
+    ASSERT_EQ(create("faultplugin.Misbehaving", "m"), QString());
+    const std::string m = processorAt("m");
+
+    // From the control path: an error reply that names the failure.
+    EXPECT_EQ(client.refusal(m, Helper::makeSetParameterMessage("throw", "")),
+              "Cannot set parameter: throw (handler failed on purpose)");
+    EXPECT_EQ(client.refusal(m, Helper::makeSetParameterMessage("throw-other", "")),
+              "Cannot set parameter: throw-other (An unknown exception was thrown)");
+
+    // From the data path: the offending messages are dropped, the ones after them still counted.
+    client.succeed(m, Helper::makeConnectStreamMessage("data", "inproc://faults/data", ""));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (parameter(m, "count") == "0" && std::chrono::steady_clock::now() < deadline) {
+        client.succeed(processorAt("src"), Helper::makeSetParameterMessage("publish", "probe:x"));
+    }
+    const long long before = parameter(m, "count").toLongLong();
+    ASSERT_GT(before, 0) << "no data reached the processor";
+    for (const char* topic : {"throw:1", "keep:2", "throw-other:3", "keep:4"}) {
+        client.succeed(processorAt("src"), Helper::makeSetParameterMessage("publish", topic));
+    }
+    bool counted = false;
+    while (!counted && std::chrono::steady_clock::now() < deadline + std::chrono::seconds(10)) {
+        counted = parameter(m, "count").toLongLong() == before + 2;
+    }
+    EXPECT_TRUE(counted) << parameter(m, "count").toStdString();
+    expectServing("m,src");
+}
+
+TEST_F(Faults, AHandlerThatBlocksHoldsUpOnlyItsOwnProcessor) {
+    ASSERT_EQ(create("faultplugin.Misbehaving", "slow"), QString());
+    const std::string slow = processorAt("slow");
+    // Blocks until a message arrives at this address (at most 10 s).
+    const std::string release = zaltest::uniqueInproc("release");
+    zaltest::FrontendClient blocked(environment.getRouterFrontendAddress());
+    blocked.send(slow, Helper::toPayload(Helper::makeSetParameterMessage("block", release)));
+    zaltest::FrontendClient queued(environment.getRouterFrontendAddress());
+    queued.send(slow, Helper::toPayload(Helper::makeGetParameterMessage("count")));
+
+    expectServing("slow,src");
+    EXPECT_TRUE(blocked.receive(0).empty()) << "answered before it was released";
+
+    zmq::socket_t releaser = zaltest::makeSocket(zmq::socket_type::push);
+    releaser.connect(release);
+    releaser.send(zmq::str_buffer("go"), zmq::send_flags::none);
+    const auto reply = blocked.receive(15000);
+    ASSERT_EQ(reply.size(), 3u);
+    EXPECT_EQ(Helper::fromPayload(reply[2]).GetResultType(), Message::ResultType::Success);
+    // The request that waited behind the blocked one is answered in its turn.
+    const auto waited = queued.receive(15000);
+    ASSERT_EQ(waited.size(), 3u);
+    EXPECT_EQ(Helper::fromPayload(waited[2]).GetParameter(), "0");
+    EXPECT_EQ(parameter(slow, "count"), "0");
+}
+
+// Shutdown, as the host calls it, while clients keep sending and a processor is blocked in its
+// handler: it completes within a bound and leaves nothing serving.
+TEST(FaultsShutdown, CompletesWhileRequestsAreInFlight) {
+    QTemporaryDir dir;
+    const QString config = dir.filePath("shutdown.ini");
+    {
+        QFile file(config);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("EnvironmentAddress=tcp://127.0.0.1:*\n");
+    }
+    qputenv("ZAL_CONFIG", config.toLocal8Bit());
+    EnvironmentDll instance("zaltest-shutdown");
+    ASSERT_TRUE(instance.Execute(0, nullptr));
+    qunsetenv("ZAL_CONFIG");
+    const std::string frontend = instance.getEnvironment()->getRouterFrontendAddress();
+    {
+        zaltest::FrontendClient setup(frontend);
+        for (const std::string name : {"a", "b", "c"}) {
+            setup.succeed(manager, Helper::makeCreateProcessorGroupMessage(name));
+            setup.succeed(Endpoints::getGroupEndpoint(name, manager),
+                          Helper::makeCreateProcessorMessage(
+                              "faultplugin.Misbehaving", "p",
+                              Helper::makeProcessorConfig("s", "inproc://faults/shutdown/" + name)));
+        }
+        // Blocked until the 10 s bound of its handler runs out: Shutdown has to wait for it.
+        setup.send(Endpoints::getProcessorEndpoint("a", "p", manager),
+                   Helper::toPayload(Helper::makeSetParameterMessage("block", zaltest::uniqueInproc())));
+    }
+
+    zaltest::RequestFlood flood(
+        frontend, 4,
+        [](int i) { return Endpoints::getProcessorEndpoint(i % 2 == 0 ? "b" : "c", "p", manager); },
+        Helper::makeGetParameterMessage("count"));
+    // Shut down only once requests are really flowing.
+    EXPECT_TRUE(flood.awaitAnswered(20));
+    auto shutdown = std::async(std::launch::async, [&] { instance.Shutdown(); });
+    const bool completed = shutdown.wait_for(std::chrono::seconds(40)) == std::future_status::ready;
+    flood.stop();
+    ASSERT_TRUE(completed) << "Shutdown did not complete";
+    EXPECT_EQ(instance.getEnvironment(), nullptr);
+
+    zaltest::FrontendClient late(frontend);
+    late.send(manager, Helper::toPayload(Helper::makeQueryProcessorGroupsMessage()));
+    EXPECT_TRUE(late.receive(300).empty()) << "answered after Shutdown";
+}
