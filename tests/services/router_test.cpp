@@ -152,11 +152,23 @@ TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
     EXPECT_EQ(router.thread->getState(), Running);
 }
 
-TEST(Router, APeerThatStopsReadingStallsNobodyWhenDroppingIsOn) {
+TEST(Router, APeerThatLeftOrStopsReadingStallsNobodyWhenDroppingIsOn) {
     RunningRouter router(droppingMalformed());
     auto peer = insidePeer(serviceIdentity);
     zaltest::FrontendClient client(*router.frontend);
     awaitRoute(client, peer);
+
+    // Asks, and is gone before its reply.
+    QByteArray vanished;
+    {
+        zaltest::FrontendClient gone(*router.frontend);
+        gone.raw().set(zmq::sockopt::linger, 0);
+        gone.send(serviceIdentity, "ask and leave");
+        const auto asked = zaltest::receiveFrames(peer);
+        ASSERT_EQ(asked.size(), 3u);
+        vanished = asked[1];
+    }
+    zaltest::sendFrames(peer, {"", vanished, "too late"});
 
     // Asks once, then never reads: its queues and the connection's buffers fill up.
     auto silent = zaltest::makeSocket(zmq::socket_type::dealer);

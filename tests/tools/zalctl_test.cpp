@@ -354,10 +354,13 @@ TEST(ZalctlCurve, KeygenPrintsAPairAndWritesKeyFilesButNeverOverAnExistingOne) {
     EXPECT_TRUE(QFile::permissions(secret) & QFileDevice::ReadOwner);
     EXPECT_TRUE(QFile::permissions(pub) & QFileDevice::ReadOther);
 
-    const Outcome again = zalctl({"keygen", "--secret-file", secret});
+    const QString fresh = dir.filePath("fresh.pub");
+    const Outcome again = zalctl({"keygen", "--public-file", fresh, "--secret-file", secret});
     EXPECT_EQ(again.status, 73);
     EXPECT_TRUE(again.err.contains("exists")) << again.err.toStdString();
     EXPECT_EQ(zal::CurveKeys::readSingleKey(secret), writtenSecret) << "the old key is untouched";
+    EXPECT_FALSE(QFile::exists(fresh)) << "no half pair is left behind";
+    EXPECT_EQ(zalctl({"keygen", "--public-file", fresh, "--secret-file", fresh}).status, 64);
     EXPECT_EQ(zalctl({"keygen", "--secret-file"}).status, 64);
     EXPECT_EQ(zalctl({"keygen", "extra"}).status, 64);
 }

@@ -97,10 +97,6 @@ bool isOption(const QString& word, const QStringList& names) {
 bool writeKeyFile(const QString& path, const QString& comment, const std::string& key, bool secret,
                   QString& error) {
     QFile file(path);
-    if (file.exists()) {
-        error = QStringLiteral("'%1' exists; keygen does not overwrite key files.").arg(path);
-        return false;
-    }
     const QFileDevice::Permissions owner = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
     const QFileDevice::Permissions mode =
         secret ? owner : owner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
@@ -131,6 +127,17 @@ int keygen(const QStringList& words) {
             return usage(QStringLiteral("keygen: %1 needs a file name.").arg(option));
         }
         files[option] = value;
+    }
+    // Both checked before either is written, so that a refusal leaves no half pair behind.
+    if (files.size() == 2 && files.first() == files.last()) {
+        return usage(QStringLiteral("keygen: the public and the secret key need files of their own."));
+    }
+    for (const QString& path : files) {
+        if (QFile::exists(path)) {
+            print(stderr, QStringLiteral("zalctl: keygen: '%1' exists; keygen does not overwrite key files.")
+                              .arg(path));
+            return static_cast<int>(ExitStatus::CannotWrite);
+        }
     }
     const zal::CurveKeys::Pair pair = zal::CurveKeys::generate();
     QString error;
