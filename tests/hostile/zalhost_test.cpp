@@ -347,8 +347,9 @@ TEST_F(HostileClients, SigtermDuringAFloodStopsTheHostCleanly) {
 
 // A client that asks and asks but never reads: its replies pile up until its connection is full.
 // The router must drop what no longer fits instead of waiting for that client. About 20 MiB of
-// what such a burst used stays resident afterwards (libzmq's and glibc's caches); a second round
-// must not add to it.
+// what such a burst used stays resident afterwards (libzmq's and glibc's caches), and a second
+// round moves it by a few MiB either way. A round whose queue was never freed would add at least
+// that queue: the router's high-water mark of 1000 replies of 16 KiB, 16 MiB.
 TEST_F(HostileClients, AClientThatNeverReadsItsRepliesStallsNobodyElse) {
     FrontendClient setup(frontend);
     setup.succeed(echo, Helper::makeSetParameterMessage("big", std::string(16 * 1024, 'r')));
@@ -368,6 +369,6 @@ TEST_F(HostileClients, AClientThatNeverReadsItsRepliesStallsNobodyElse) {
     }
     std::printf("a client that never reads: rss_kib_before=%lld after_first=%lld after_second=%lld\n",
                 baseline.rssKiB, after[0], after[1]);
-    EXPECT_LE(after[1], after[0] + rssToleranceKiB / 4);
+    EXPECT_LE(after[1], after[0] + rssToleranceKiB * 3 / 4);
     EXPECT_EQ(zaltest::procStatus(host->processId()).threads, baseline.threads);
 }
