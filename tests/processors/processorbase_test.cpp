@@ -201,10 +201,14 @@ TEST_F(ProcessorTest, IdleProcessingRunsOnlyWhenEnabledAndQuiet) {
         ask(ControlMessageHelper::makeGetParameterListMessage());
     }
     EXPECT_EQ(probe.idle.load(), 0) << "idle processing is off by default";
+    // The data check follows the reply, so the fifth may still be on its way.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (probe.dataEvents.load() < 5 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
     EXPECT_GE(probe.dataEvents.load(), 5) << "every wake-up with events checks for data";
 
     ask(ControlMessageHelper::makeSetParameterMessage("idle", "10"));
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (probe.idle.load() < 3 && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
     }
