@@ -346,15 +346,18 @@ TEST_F(HostileClients, SigtermDuringAFloodStopsTheHostCleanly) {
 }
 
 // A client that asks and asks but never reads: its replies pile up until its connection is full.
-// The router must drop what no longer fits instead of waiting for that client. About 20 MiB of
-// what such a burst used stays resident afterwards (libzmq's and glibc's caches), and a second
-// round moves it by a few MiB either way. A round whose queue was never freed would add at least
-// that queue: the router's high-water mark of 1000 replies of 16 KiB, 16 MiB.
+// The router must drop what no longer fits instead of waiting for that client. What such a burst
+// used stays partly resident afterwards (libzmq's and glibc's caches), from 12 to 50 MiB more than
+// before and differently from run to run, so one round says little. Later rounds reuse that
+// memory: over twelve rounds the host was seen to level off between 50 and 75 MiB, 60 MiB above
+// its start at most. A round whose queue was never freed would add at least that queue, the
+// router's high-water mark of 1000 replies of 16 KiB, and six of them 96 MiB.
 TEST_F(HostileClients, AClientThatNeverReadsItsRepliesStallsNobodyElse) {
     FrontendClient setup(frontend);
     setup.succeed(echo, Helper::makeSetParameterMessage("big", std::string(16 * 1024, 'r')));
+    constexpr int rounds = 6;
     std::vector<long long> after;
-    for (int round = 0; round < 2; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         {
             FrontendClient attacker(frontend);
             attacker.raw().set(zmq::sockopt::linger, 0);
@@ -367,8 +370,12 @@ TEST_F(HostileClients, AClientThatNeverReadsItsRepliesStallsNobodyElse) {
         expectServing();
         after.push_back(zaltest::procStatus(host->processId()).rssKiB);
     }
-    std::printf("a client that never reads: rss_kib_before=%lld after_first=%lld after_second=%lld\n",
-                baseline.rssKiB, after[0], after[1]);
-    EXPECT_LE(after[1], after[0] + rssToleranceKiB * 3 / 4);
+    std::printf("a client that never reads: rss_kib_before=%lld after_each_round=", baseline.rssKiB);
+    for (const long long rss : after) {
+        std::printf(" %lld", rss);
+    }
+    std::printf("\n");
+    constexpr long long queueKiB = 16 * 1024;
+    EXPECT_LE(after.back(), baseline.rssKiB + std::max(5 * queueKiB, rssToleranceKiB));
     EXPECT_EQ(zaltest::procStatus(host->processId()).threads, baseline.threads);
 }

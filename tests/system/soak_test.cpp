@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include "support/frontendclient.h"
 #include "support/procstatus.h"
@@ -60,6 +61,20 @@ protected:
         return false;
     }
 
+    // A deleted group's threads have been joined when its reply comes, but the kernel may list a
+    // joined thread for a moment longer; the count is read once it has held still for a while.
+    static zaltest::ProcStatus settledStatus() {
+        zaltest::ProcStatus status = zaltest::procStatus();
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        for (int steady = 0; steady < 5 && std::chrono::steady_clock::now() < deadline;) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            const zaltest::ProcStatus now = zaltest::procStatus();
+            steady = now.threads == status.threads ? steady + 1 : 0;
+            status = now;
+        }
+        return status;
+    }
+
     // One cycle: a group with a generator and a counter fed by the lasting generator and by its
     // neighbour; the counter is deleted on its own, the generator with its group. The same names
     // and addresses every time, so anything left bound or registered makes the next cycle fail.
@@ -106,7 +121,7 @@ TEST_F(Soak, GroupsAndProcessorsComeAndGoWhileDataFlowsAndLeaveNothingBehind) {
     for (int i = 0; i < 20; ++i) {
         cycle(i == 0);
     }
-    const zaltest::ProcStatus before = zaltest::procStatus();
+    const zaltest::ProcStatus before = settledStatus();
     const long long flowedBefore = messages(lastingCounter);
     const int cycles = cycleCount();
     const auto start = std::chrono::steady_clock::now();
@@ -114,7 +129,7 @@ TEST_F(Soak, GroupsAndProcessorsComeAndGoWhileDataFlowsAndLeaveNothingBehind) {
         cycle(i % 100 == 0);
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    const zaltest::ProcStatus after = zaltest::procStatus();
+    const zaltest::ProcStatus after = settledStatus();
     const long long flowed = messages(lastingCounter) - flowedBefore;
 
     std::printf(
