@@ -11,7 +11,7 @@ ZmqByteStreamInSocketTemplate<Traits>::ZmqByteStreamInSocketTemplate(typename Tr
 namespace {
 
 void readMessage(frame::FrameReader& frames, bool more, ByteStreamMessage& message) {
-    frames.copyTo(message.topic);
+    frames.keepOrCopyTo(message.topic);
     if (more) {
         frames.next();
         frames.copyTo(message.data);

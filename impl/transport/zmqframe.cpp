@@ -54,6 +54,16 @@ void FrameReader::copyTo(QByteArray& field) const {
     }
 }
 
+void FrameReader::keepOrCopyTo(QByteArray& field) const {
+    const auto size = static_cast<qsizetype>(zmq_msg_size(const_cast<zmq_msg_t*>(&message)));
+    if (size != 0 && field.size() == size &&
+        std::memcmp(field.constData(), zmq_msg_data(const_cast<zmq_msg_t*>(&message)),
+                    static_cast<size_t>(size)) == 0) {
+        return;
+    }
+    copyTo(field);
+}
+
 void FrameReader::appendTo(QByteArray& field) const {
     field.append(static_cast<const char*>(zmq_msg_data(const_cast<zmq_msg_t*>(&message))),
                  static_cast<qsizetype>(zmq_msg_size(const_cast<zmq_msg_t*>(&message))));

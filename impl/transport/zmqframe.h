@@ -24,6 +24,9 @@ public:
     void appendTo(QByteArray& field) const;
     // Replaces field's bytes, reusing its buffer when nothing else shares it.
     void copyTo(QByteArray& field) const;
+    // copyTo that leaves field alone, shared or not, when it already holds the frame's bytes: a
+    // stream's topic seldom changes, and a handler that kept the last one costs no new array.
+    void keepOrCopyTo(QByteArray& field) const;
     // next() that insists on a following frame: MessageFormatError "Invalid message format" otherwise.
     void nextWithMore(QByteArray* keep);
 

@@ -171,6 +171,8 @@ TEST_P(Framing, ByteStreamBuffersAreNeverSharedVisibly) {
     owned.fill('z');
     std::fill(raw.begin(), raw.end(), 'z');
     out.sendMessage(ByteStreamMessage{"small", QByteArray(10, 'c')});
+    out.sendMessage(ByteStreamMessage{"small", QByteArray(10, 'd')});
+    out.sendMessage(ByteStreamMessage{"smell", QByteArray(10, 'e')});
     sendFrames(pair.connected, {"alone"});
 
     ASSERT_TRUE(zaltest::waitReadable(pair.bound));
@@ -186,6 +188,17 @@ TEST_P(Framing, ByteStreamBuffersAreNeverSharedVisibly) {
     ASSERT_TRUE(in.tryReceiveMessage(message));
     EXPECT_EQ(message.topic, "small");
     EXPECT_EQ(message.data, QByteArray(10, 'c'));
+    // A repeated topic is the same array again; one of the same length but other bytes is not.
+    const QByteArray keptTopic = message.topic;
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    ASSERT_TRUE(in.tryReceiveMessage(message));
+    EXPECT_EQ(message.topic, "small");
+    EXPECT_EQ(message.data, QByteArray(10, 'd'));
+    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
+    ASSERT_TRUE(in.tryReceiveMessage(message));
+    EXPECT_EQ(message.topic, "smell");
+    EXPECT_EQ(message.data, QByteArray(10, 'e'));
+    EXPECT_EQ(keptTopic, "small");
     ASSERT_TRUE(zaltest::waitReadable(pair.bound));
     ASSERT_TRUE(in.tryReceiveMessage(message));
     EXPECT_EQ(message.topic, "alone");
