@@ -387,24 +387,32 @@ double qtBridge(QCoreApplication& app, Client& client, double seconds) {
     const long long rssBefore = procStatusKiB("VmRSS:");
     resetPeakMemory();
 
+    // Best of three windows, as for every other rate, after the start-up burst.
     long long before = 0;
+    int window = 0;
     Clock::time_point begin;
     double rate = 0;
-    QTimer::singleShot(200, &receiver, [&] {
+    QTimer windowTimer;
+    QObject::connect(&windowTimer, &QTimer::timeout, &receiver, [&] {
+        if (window > 0) {
+            rate = std::max(rate, double(received - before) / secondsSince(begin));
+        }
+        if (window++ == windows) {
+            app.quit();
+            return;
+        }
         before = received;
         begin = Clock::now();
-        QTimer::singleShot(int(seconds * 1000), &receiver, [&] {
-            rate = double(received - before) / secondsSince(begin);
-            app.quit();
-        });
+        windowTimer.start(int(seconds * 1000));
     });
+    windowTimer.setSingleShot(true);
+    windowTimer.start(200);
     app.exec();
     client.succeed(group.at("gen"), ControlMessageHelper::makeStopStreamMessage("gen"));
     const long long peak = procStatusKiB("VmHWM:");
     QObject::disconnect(bridge, nullptr, &receiver, nullptr);
     QCoreApplication::removePostedEvents(&receiver);
 
-    line("qtbridge_64B_zal", rate, "msg/s");
     line("qtbridge_rss_before", double(rssBefore), "KiB");
     line("qtbridge_peak_rss", double(peak), "KiB");
     return rate;
@@ -503,6 +511,34 @@ void soak(double seconds) {
     line("soak_rss_peak", double(peak), "KiB");
 }
 
+// A glib event loop cannot be swapped for Qt's own within one process, so the figure under Qt's
+// default loop comes from a child that runs the bridge case alone.
+constexpr const char* glibCase = "qtbridge-glib";
+constexpr const char* glibLine = "qtbridge_64B_zal_glib";
+
+double qtBridgeUnderGlib(double seconds) {
+    const std::string command = "\"" + QCoreApplication::applicationFilePath().toStdString() + "\" " +
+                                std::to_string(seconds) + " 0 " + glibCase;
+    FILE* child = popen(command.c_str(), "r");
+    if (child == nullptr) {
+        throw std::runtime_error("cannot start " + command);
+    }
+    double rate = -1;
+    char text[512];
+    while (std::fgets(text, sizeof text, child) != nullptr) {
+        char name[64];
+        double value = 0;
+        if (std::sscanf(text, "%63s %lf", name, &value) == 2 && std::string(name) == glibLine) {
+            rate = value;
+        }
+    }
+    if (pclose(child) != 0 || rate < 0) {
+        throw std::runtime_error("the bridge under glib's loop gave no figure");
+    }
+    line(glibLine, rate, "msg/s");
+    return rate;
+}
+
 void printTable() {
     std::printf("\n%-40s %14s %14s %8s  %s\n", "case", "zal", "raw", "zal/raw", "unit");
     for (const Row& row : table) {
@@ -518,6 +554,14 @@ void printTable() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // "qtbridge-glib" measures the bridge under glib's event loop, Qt's default, in a child of a
+    // full run; everything else runs under Qt's own loop, as zal-host does.
+    const bool glibChild = argc > 3 && std::string(argv[3]) == glibCase;
+    if (glibChild) {
+        qunsetenv("QT_NO_GLIB");
+    } else if (!qEnvironmentVariableIsSet("QT_NO_GLIB")) {
+        qputenv("QT_NO_GLIB", "1");
+    }
     QCoreApplication app(argc, argv);  // the plug-in manager looks beside the executable
     if (argc > 1 && std::string(argv[1]) == "soak") {
         try {
@@ -534,12 +578,18 @@ int main(int argc, char** argv) {
     std::set<std::string> only(argv + std::min(argc, 3), argv + argc);
     const auto wanted = [&](const char* name) { return only.empty() || only.count(name) != 0; };
     try {
+        if (glibChild) {
+            Environment environment("inproc://bench/frontend-glib");
+            Client client(environment.getRouterFrontendAddress());
+            line(glibLine, qtBridge(app, client, seconds), "msg/s");
+            return 0;
+        }
         double bridgeRate = 0;
         {
             Environment environment("inproc://bench/frontend-stream");
             Client client(environment.getRouterFrontendAddress());
             if (wanted("qtbridge")) {
-                bridgeRate = qtBridge(app, client, seconds * windows);
+                bridgeRate = qtBridge(app, client, seconds);
             }
             if (wanted("stream")) {
                 streaming(client, seconds);
@@ -550,8 +600,11 @@ int main(int argc, char** argv) {
         }
         if (wanted("qtbridge")) {
             const double drain = rawStream(64, true, seconds);
+            line("qtbridge_64B_zal", bridgeRate, "msg/s");
             line("qtbridge_64B_raw_drain", drain, "msg/s");
             table.push_back({"qtbridge_64B vs drain-after-poll", bridgeRate, drain, "msg/s"});
+            const double glib = qtBridgeUnderGlib(seconds);
+            table.push_back({"qtbridge_64B glib loop vs drain-after-poll", glib, drain, "msg/s"});
         }
         if (wanted("control")) {
             control("inproc", "inproc://bench/frontend", "inproc://bench/raw-frontend", roundTrips);
