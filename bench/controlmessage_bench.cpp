@@ -5,6 +5,8 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <zal/configtool.h>
+#include <zal/controlmessagehelper.h>
 #include <zal/msg/controlmessage.h>
 
 namespace {
@@ -106,8 +108,23 @@ void BM_RawQtXmlRoundTrip_Query(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
+// What a processor does with one "GetParameter" between receiving and sending: decode the wire
+// payload, answer in the request itself, encode the reply.
+void BM_ProcessorAnswer_GetParameter(benchmark::State& state) {
+    const QByteArray payload =
+        zal::ControlMessageHelper::toPayload(zal::ControlMessageHelper::makeGetParameterMessage("messages"));
+    for (auto _ : state) {
+        ControlMessage request;
+        zal::ControlMessageHelper::decodeRequest(payload, request);
+        zal::ConfigTool::setResultSuccess(request, QStringLiteral("1234567"));
+        benchmark::DoNotOptimize(zal::ControlMessageHelper::toPayload(request));
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
 }  // namespace
 
+BENCHMARK(BM_ProcessorAnswer_GetParameter);
 BENCHMARK(BM_RawQtXmlRoundTrip_Query);
 BENCHMARK(BM_XmlRoundTrip_Query);
 BENCHMARK(BM_XmlRoundTrip_Create);
