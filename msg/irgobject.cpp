@@ -86,6 +86,21 @@ bool SameStrings(const QVector<QString>& a, const QVector<QString>& b) {
     return true;
 }
 
+// Switches an object's validation for one operation and back, also when the operation throws.
+class ValidationSwitch {
+public:
+    ValidationSwitch(const IRGObject& object, bool on) : object(object), saved(object.GetValidate()) {
+        object.SetValidate(on);
+    }
+    ~ValidationSwitch() { object.SetValidate(saved); }
+    ValidationSwitch(const ValidationSwitch&) = delete;
+    ValidationSwitch& operator=(const ValidationSwitch&) = delete;
+
+private:
+    const IRGObject& object;
+    const bool saved;
+};
+
 QString& AsString(void* field) {
     return *static_cast<QString*>(field);
 }
@@ -196,19 +211,27 @@ void IRGObject::PropagateSettings() const {
     SetLogger(GetLogger());
 }
 
+// Only nested properties are looked at, and the block is made private only when there are some:
+// settings are handed on by this walk several times for every message read or written.
 template <class F>
 void IRGObject::ForEachNested(F&& f) const {
     if (!d) {
         return;
     }
-    RGObjectData* block = Block();
+    RGObjectData* block = nullptr;
     const ClassInfo& info = GetClassInfo();
     for (int i = 0; i < info.count; ++i) {
         const PropertyInfo& p = info.properties[i];
+        if (p.kind != PropertyKind::Object && p.kind != PropertyKind::ObjectList) {
+            continue;
+        }
+        if (block == nullptr) {
+            block = Block();
+        }
         void* value = block->Field(i, FieldRole::Value);
         if (p.kind == PropertyKind::Object) {
             f(p.ops->object(value));
-        } else if (p.kind == PropertyKind::ObjectList) {
+        } else {
             for (qsizetype k = 0, n = p.ops->count(value); k < n; ++k) {
                 f(p.ops->item(value, k));
             }
@@ -630,9 +653,9 @@ bool IRGObject::Equals(const IRGObject& other) const {
 
 // The prelude of both writers: nested objects get this object's settings; under validation an object that
 // fails its shallow check throws and one without data is not written at all.
-bool IRGObject::ReadyToWrite() const {
+bool IRGObject::ReadyToWrite(bool validating) const {
     PropagateSettings();
-    if (GetValidate()) {
+    if (validating) {
         Check();
         return HasData();
     }
@@ -640,7 +663,7 @@ bool IRGObject::ReadyToWrite() const {
 }
 
 bool IRGObject::GetBinary(QDataStream& stream, int id, bool writeHeader) const {
-    if (!ReadyToWrite()) {
+    if (!ReadyToWrite(GetValidate())) {
         return false;
     }
     RGObjectData* block = Block();
@@ -891,26 +914,26 @@ void IRGObject::ReadElement(QDataStream& stream, int index, qint64 length) {
 // ---- XML form ----
 
 bool IRGObject::GetXml(QXmlStreamWriter& writer) const {
-    return WriteXmlTo(writer);
+    return WriteXmlTo(writer, GetValidate());
 }
 
 // One walk for both writers: Qt's, and the direct one the wire form uses.
 template <class Writer>
-bool IRGObject::WriteXmlTo(Writer& writer) const {
-    if (!ReadyToWrite()) {
+bool IRGObject::WriteXmlTo(Writer& writer, bool validating) const {
+    if (!ReadyToWrite(validating)) {
         return false;
     }
     RGObjectData* block = Block();
     writer.writeStartElement(GetObjectName());
     for (int i = 0; i < GetClassInfo().count; ++i) {
-        WriteXmlElement(writer, i, block);
+        WriteXmlElement(writer, i, block, validating);
     }
     writer.writeEndElement();
     return true;
 }
 
 template <class Writer>
-void IRGObject::WriteXmlElement(Writer& writer, int index, RGObjectData* block) const {
+void IRGObject::WriteXmlElement(Writer& writer, int index, RGObjectData* block, bool validating) const {
     const PropertyInfo& p = GetClassInfo().properties[index];
     const bool set = block->set.testBit(index);
     void* value = block->Field(index, FieldRole::Value);
@@ -934,7 +957,7 @@ void IRGObject::WriteXmlElement(Writer& writer, int index, RGObjectData* block) 
             break;
         case PropertyKind::Object:
             if (set) {
-                p.ops->object(value).WriteXmlTo(writer);
+                p.ops->object(value).WriteXmlTo(writer, validating);
             }
             break;
         case PropertyKind::StringList:
@@ -944,7 +967,7 @@ void IRGObject::WriteXmlElement(Writer& writer, int index, RGObjectData* block) 
             break;
         case PropertyKind::ObjectList:
             for (qsizetype k = 0, n = p.ops->count(value); k < n; ++k) {
-                p.ops->item(value, k).WriteXmlTo(writer);
+                p.ops->item(value, k).WriteXmlTo(writer, validating);
             }
             break;
     }
@@ -1164,10 +1187,21 @@ void IRGObject::SetCompressedBinaryRepresentation(const QByteArray& data) {
 
 QString IRGObject::GetXmlString() const {
     XmlTextWriter direct;
-    WriteXmlTo(direct);
+    WriteXmlTo(direct, GetValidate());
+    return direct.failed() ? GetXmlStringFromQt() : QString::fromUtf8(direct.text());
+}
+
+QByteArray IRGObject::GetXmlUtf8(bool validateWrite) const {
+    XmlTextWriter direct;
+    WriteXmlTo(direct, validateWrite);
     if (!direct.failed()) {
         return direct.text();
     }
+    const ValidationSwitch validation(*this, validateWrite);
+    return GetXmlStringFromQt().toUtf8();
+}
+
+QString IRGObject::GetXmlStringFromQt() const {
     QString xml;
     QXmlStreamWriter writer(&xml);
     GetXml(writer);
@@ -1177,12 +1211,7 @@ QString IRGObject::GetXmlString() const {
 }
 
 void IRGObject::SetXmlString(const QString& xml, bool validateParse) {
-    struct Restore {
-        const IRGObject& object;
-        bool saved;
-        ~Restore() { object.SetValidate(saved); }
-    } restore{*this, GetValidate()};
-    SetValidate(validateParse);
+    const ValidationSwitch validation(*this, validateParse);
     XmlTextReader direct(xml);
     if (direct.usable()) {
         ReadXmlDocumentFrom(direct);

@@ -212,14 +212,17 @@ bool XmlTextReader::parseReference(QString& text) {
 }
 
 bool XmlTextReader::parseName(QStringView& name) {
-    const qsizetype start = pos;
-    if (pos >= xml.size() || !isNameStart(xml.at(pos).unicode())) {
+    const QChar* const begin = xml.constData();
+    const QChar* const end = begin + xml.size();
+    const QChar* at = begin + pos;
+    if (at == end || !isNameStart(at->unicode())) {
         return false;
     }
-    while (pos < xml.size() && isNameChar(xml.at(pos).unicode())) {
-        ++pos;
+    while (at != end && isNameChar(at->unicode())) {
+        ++at;
     }
-    name = QStringView(xml).mid(start, pos - start);
+    name = QStringView(begin + pos, at);
+    pos = at - begin;
     return true;
 }
 
@@ -229,12 +232,20 @@ void XmlTextReader::skipSpace() {
     }
 }
 
+// Literals are a few ASCII characters, mostly one or two, so a plain loop beats Qt's comparison.
 bool XmlTextReader::skip(QLatin1String literal) {
-    if (QStringView(xml).mid(pos).startsWith(literal)) {
-        pos += literal.size();
-        return true;
+    const qsizetype size = literal.size();
+    if (xml.size() - pos < size) {
+        return false;
     }
-    return false;
+    const QChar* at = xml.constData() + pos;
+    for (qsizetype i = 0; i < size; ++i) {
+        if (at[i] != literal[i]) {
+            return false;
+        }
+    }
+    pos += size;
+    return true;
 }
 
 const XmlTextReader::Token* XmlTextReader::current() const {

@@ -1,88 +1,150 @@
 #include "xmltextwriter.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace REPORTGENERATOR {
 
-void XmlTextWriter::closeStartTag() {
+namespace {
+
+// Enough for a control message with a few parameters, so that most are written without growing.
+constexpr qsizetype initialCapacity = 512;
+// The longest a UTF-16 unit becomes: "&quot;".
+constexpr qsizetype maxBytesPerUnit = 6;
+
+}  // namespace
+
+XmlTextWriter::XmlTextWriter() : out(initialCapacity, Qt::Uninitialized) {}
+
+char* XmlTextWriter::room(qsizetype size) {
+    if (used + size > out.size()) {
+        out.resize(std::max(2 * out.size(), used + size));
+    }
+    return out.data() + used;
+}
+
+QByteArray XmlTextWriter::text() const {
+    if (used == 0) {
+        return QByteArray();
+    }
+    out.resize(used);
+    return out;
+}
+
+char* XmlTextWriter::put(char* to, const char* text, qsizetype size) {
+    std::memcpy(to, text, static_cast<size_t>(size));
+    return to + size;
+}
+
+char* XmlTextWriter::closeStartTag(char* to) {
     if (startTagOpen) {
-        out += QLatin1Char('>');
+        *to++ = '>';
         startTagOpen = false;
     }
+    return to;
+}
+
+bool XmlTextWriter::putName(char*& to, const QString& name) {
+    char* at = to;
+    for (const QChar c : name) {
+        if (c.unicode() >= 0x80) {
+            return false;
+        }
+        *at++ = static_cast<char>(c.unicode());
+    }
+    to = at;
+    return true;
 }
 
 void XmlTextWriter::writeStartElement(const QString& name) {
-    if (depth == static_cast<int>(sizeof openNames / sizeof openNames[0])) {
+    if (openNames.size() == maxDepth) {
         gaveUp = true;
         return;
     }
-    closeStartTag();
-    out += QLatin1Char('<');
-    out += name;
-    openNames[depth++] = name;
+    char* to = closeStartTag(room(2 + name.size()));
+    *to++ = '<';
+    if (!putName(to, name)) {
+        gaveUp = true;
+        return;
+    }
+    finish(to);
+    openNames.append(name);
     startTagOpen = true;
 }
 
 void XmlTextWriter::writeEndElement() {
-    if (depth == 0) {
+    if (openNames.isEmpty()) {
         gaveUp = true;
         return;
     }
-    const QString& name = openNames[--depth];
     if (startTagOpen) {
-        out += QLatin1String("/>");
+        finish(put(room(2), "/>", 2));
         startTagOpen = false;
-        return;
+    } else {
+        const QString& name = openNames.back();
+        char* to = put(room(3 + name.size()), "</", 2);
+        putName(to, name);  // it went into the start tag, so it is ASCII
+        *to++ = '>';
+        finish(to);
     }
-    out += QLatin1String("</");
-    out += name;
-    out += QLatin1Char('>');
+    openNames.removeLast();
 }
 
 void XmlTextWriter::writeTextElement(QLatin1String name, const QString& text) {
-    closeStartTag();
-    out += QLatin1Char('<');
-    out += name;
-    out += QLatin1Char('>');
-    appendEscaped(text);
-    out += QLatin1String("</");
-    out += name;
-    out += QLatin1Char('>');
+    char* to = closeStartTag(room(6 + 2 * name.size() + maxBytesPerUnit * text.size()));
+    *to++ = '<';
+    to = put(to, name.data(), name.size());
+    *to++ = '>';
+    if (!putEscaped(to, text)) {
+        gaveUp = true;
+        return;
+    }
+    to = put(to, "</", 2);
+    to = put(to, name.data(), name.size());
+    *to++ = '>';
+    finish(to);
 }
 
-void XmlTextWriter::appendEscaped(const QString& text) {
-    qsizetype plainFrom = 0;
-    const qsizetype size = text.size();
-    for (qsizetype i = 0; i < size; ++i) {
-        const char16_t c = text[i].unicode();
-        const char* entity = nullptr;
-        switch (c) {
-            case u'<':
-                entity = "&lt;";
-                break;
-            case u'>':
-                entity = "&gt;";
-                break;
-            case u'&':
-                entity = "&amp;";
-                break;
-            case u'"':
-                entity = "&quot;";
-                break;
-            case u'\r':
-                entity = "&#13;";
-                break;
-            default:
-                if ((c < 0x20 && c != u'\t' && c != u'\n') || (c >= 0xD800 && c <= 0xDFFF) || c == 0xFFFE ||
-                    c == 0xFFFF) {
-                    gaveUp = true;
-                    return;
-                }
-                continue;
+bool XmlTextWriter::putEscaped(char*& to, const QString& text) {
+    char* at = to;
+    for (const QChar character : text) {
+        const char16_t c = character.unicode();
+        if (c < 0x80) {
+            switch (c) {
+                case u'<':
+                    at = put(at, "&lt;", 4);
+                    break;
+                case u'>':
+                    at = put(at, "&gt;", 4);
+                    break;
+                case u'&':
+                    at = put(at, "&amp;", 5);
+                    break;
+                case u'"':
+                    at = put(at, "&quot;", 6);
+                    break;
+                case u'\r':
+                    at = put(at, "&#13;", 5);
+                    break;
+                default:
+                    if (c < 0x20 && c != u'\t' && c != u'\n') {
+                        return false;
+                    }
+                    *at++ = static_cast<char>(c);
+            }
+        } else if (c < 0x800) {
+            *at++ = static_cast<char>(0xC0 | (c >> 6));
+            *at++ = static_cast<char>(0x80 | (c & 0x3F));
+        } else if ((c >= 0xD800 && c <= 0xDFFF) || c == 0xFFFE || c == 0xFFFF) {
+            return false;
+        } else {
+            *at++ = static_cast<char>(0xE0 | (c >> 12));
+            *at++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            *at++ = static_cast<char>(0x80 | (c & 0x3F));
         }
-        out.append(text.constData() + plainFrom, i - plainFrom);
-        out += QLatin1String(entity);
-        plainFrom = i + 1;
     }
-    out.append(text.constData() + plainFrom, size - plainFrom);
+    to = at;
+    return true;
 }
 
 }  // namespace REPORTGENERATOR

@@ -162,11 +162,7 @@ QByteArray ControlMessageHelper::makeIdentity(const std::string& endpoint) {
 }
 
 QByteArray ControlMessageHelper::toPayload(const zalmsg::ControlMessage& message) {
-    const bool validate = message.GetValidate();
-    message.SetValidate(false);
-    const QByteArray payload = message.GetXmlString().toUtf8();
-    message.SetValidate(validate);
-    return payload;
+    return message.GetXmlUtf8(false);
 }
 
 zalmsg::ControlMessage ControlMessageHelper::fromPayload(const QByteArray& payload) {

@@ -1,7 +1,5 @@
 #include "zal/processorcontrolmessagehandler.h"
 
-#include <functional>
-
 #include "zal/configtool.h"
 #include "zal/controlmessagehelper.h"
 
@@ -12,21 +10,25 @@ namespace {
 using Message = zalmsg::ControlMessage;
 using Type = zalmsg::ControlMessage::MessageType;
 
-// Runs one operation; on failure (false or an exception) the request gets `failure`.
-void perform(Message& message, const std::function<bool()>& operation, const QString& failure) {
+// Runs one operation; on failure (false or an exception) the request gets the text `failure`
+// makes, which is composed only then: most requests succeed, and formatting costs as much as
+// a small request's whole answer.
+template <class Operation, class Failure>
+void perform(Message& message, Operation&& operation, Failure&& failure) {
     try {
         if (operation()) {
             ConfigTool::setResultSuccess(message);
             return;
         }
-        ConfigTool::setErrorMessage(message, failure);
+        ConfigTool::setErrorMessage(message, failure());
     } catch (const std::exception& e) {
         ConfigTool::setErrorMessage(message,
-                                    failure + QStringLiteral(" (") + QString::fromUtf8(e.what()) + ')');
+                                    failure() + QStringLiteral(" (") + QString::fromUtf8(e.what()) + ')');
     } catch (...) {
         // Plug-in code may throw anything; escaping here it would end the processor's thread
         // silently, and every later request to it would only time out.
-        ConfigTool::setErrorMessage(message, failure + QStringLiteral(" (An unknown exception was thrown)"));
+        ConfigTool::setErrorMessage(message,
+                                    failure() + QStringLiteral(" (An unknown exception was thrown)"));
     }
 }
 
@@ -40,8 +42,10 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
                     return processor.connect(request.GetStreamName(), request.GetStreamAddress(),
                                              request.GetMessageFilter());
                 },
-                QStringLiteral("Cannot connect to: %1, %2")
-                    .arg(request.GetStreamName(), request.GetStreamAddress()));
+                [&] {
+                    return QStringLiteral("Cannot connect to: %1, %2")
+                        .arg(request.GetStreamName(), request.GetStreamAddress());
+                });
             break;
         case Type::QuerySources:
             perform(
@@ -54,7 +58,7 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
                     }
                     return ok;
                 },
-                QStringLiteral("Cannot query sources"));
+                [&] { return QStringLiteral("Cannot query sources"); });
             break;
         case Type::QueryStreams:
             perform(
@@ -67,23 +71,23 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
                     }
                     return ok;
                 },
-                QStringLiteral("Cannot query streams"));
+                [&] { return QStringLiteral("Cannot query streams"); });
             break;
         case Type::Start:
             perform(
                 message, [&] { return processor.start(request.GetStreamName()); },
-                QStringLiteral("Cannot start stream: %1").arg(request.GetStreamName()));
+                [&] { return QStringLiteral("Cannot start stream: %1").arg(request.GetStreamName()); });
             break;
         case Type::Stop:
             perform(
                 message, [&] { return processor.stop(request.GetStreamName()); },
-                QStringLiteral("Cannot stop stream: %1").arg(request.GetStreamName()));
+                [&] { return QStringLiteral("Cannot stop stream: %1").arg(request.GetStreamName()); });
             break;
         case Type::SetParameter:
             perform(
                 message,
                 [&] { return processor.setParameter(request.GetParameterName(), request.GetParameter()); },
-                QStringLiteral("Cannot set parameter: %1").arg(request.GetParameterName()));
+                [&] { return QStringLiteral("Cannot set parameter: %1").arg(request.GetParameterName()); });
             break;
         case Type::GetParameter:
             perform(
@@ -96,7 +100,7 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
                     }
                     return ok;
                 },
-                QStringLiteral("Cannot get parameter: %1").arg(request.GetParameterName()));
+                [&] { return QStringLiteral("Cannot get parameter: %1").arg(request.GetParameterName()); });
             break;
         case Type::GetParameterList:
             perform(
@@ -109,7 +113,7 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
                     }
                     return ok;
                 },
-                QStringLiteral("Cannot get list of parameters"));
+                [&] { return QStringLiteral("Cannot get list of parameters"); });
             break;
         case Type::StartNewRecording:
             // The failure text names ParameterName although the call takes Parameter: kept so.
@@ -123,7 +127,9 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
                     }
                     return ok;
                 },
-                QStringLiteral("Cannot start new recording: %1").arg(request.GetParameterName()));
+                [&] {
+                    return QStringLiteral("Cannot start new recording: %1").arg(request.GetParameterName());
+                });
             break;
         default:
             ConfigTool::setErrorMessage(message, QStringLiteral("Unknown message type"));

@@ -132,6 +132,12 @@ TEST(ControlMessageHelper, PayloadsRoundTripAndStopAtTheFirstZeroByte) {
         "<ControlMessage><MessageType>Bogus</MessageType><GroupName>g</GroupName></ControlMessage>");
     EXPECT_EQ(unknown.GetMessageType(), -1);
     EXPECT_EQ(unknown.GetGroupName(), "g");
+    // Its reply is written without the checks, whatever its own switch says; the switch stays.
+    unknown.SetValidate(true);
+    EXPECT_THROW(unknown.GetXmlString(), REPORTGENERATOR::OutOfRangeException);
+    EXPECT_EQ(ControlMessageHelper::toPayload(unknown),
+              "<ControlMessage><MessageType></MessageType><GroupName>g</GroupName></ControlMessage>");
+    EXPECT_TRUE(unknown.GetValidate());
 
     EXPECT_THROW(ControlMessageHelper::fromPayload("not xml at all"), REPORTGENERATOR::InvalidXmlException);
     EXPECT_THROW(ControlMessageHelper::fromPayload("<ControlMessage><MessageType>"),

@@ -172,6 +172,9 @@ public:
     virtual QByteArray GetCompressedBinaryRepresentation() const;
     virtual void SetCompressedBinaryRepresentation(const QByteArray& data);
     virtual QString GetXmlString() const;
+    // GetXmlString's text in UTF-8, the form in which it travels, written without a detour through
+    // UTF-16, and with validation switched to `validate` for the write only (as SetXmlString reads).
+    QByteArray GetXmlUtf8(bool validate) const;
     // Reads with validation switched to `validate` for the parse only; the object's own switch is restored
     // afterwards, also when the parse throws. Reads on top of the current contents, as ProcessXml does.
     virtual void SetXmlString(const QString& xml, bool validate);
@@ -221,7 +224,7 @@ private:
     void InitBlock() const;
     void ReleaseBlock() const;
     void PropagateSettings() const;
-    bool ReadyToWrite() const;
+    bool ReadyToWrite(bool validating) const;
     template <class F>
     void ForEachNested(F&& f) const;
     void ResetValue(int index, bool toDefault) const;
@@ -232,9 +235,11 @@ private:
     void WriteElement(QDataStream& stream, int index, RGObjectData* d) const;
     // Defined and instantiated in the base's source only, for QXmlStreamWriter and the direct writer.
     template <class Writer>
-    bool WriteXmlTo(Writer& writer) const;
+    bool WriteXmlTo(Writer& writer, bool validating) const;
     template <class Writer>
-    void WriteXmlElement(Writer& writer, int index, RGObjectData* d) const;
+    void WriteXmlElement(Writer& writer, int index, RGObjectData* d, bool validating) const;
+    // What Qt's writer makes of the object, for what the direct writer leaves to it.
+    QString GetXmlStringFromQt() const;
     void ReadElement(QDataStream& stream, int index, qint64 length);
     QString ReadUtf8(QDataStream& stream, qint64& budget) const;
     // Defined and instantiated in the base's source only, for QXmlStreamReader and the direct reader.
