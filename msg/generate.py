@@ -281,7 +281,9 @@ def source(schema, cls):
               "    void* Field(int index, FieldRole role) override;", ""]
     for prop in props:
         member, vt, it = "m_" + lower_first(prop["name"]), value_type(prop), item_type(prop)
-        init = {"Enum": " = -1", "Bool": " = false"}.get(prop["kind"], "")
+        # Enums and booleans start at the schema's default, so that a new block needs no reset.
+        init = {"Enum": f" = {prop['default_value']}",
+                "Bool": " = true" if prop["default_value"] else " = false"}.get(prop["kind"], "")
         lines.append(f"    {vt} {member}{init};")
         lines.append(f"    {it} {member}Default{init};")
         if prop["kind"] == "Enum":

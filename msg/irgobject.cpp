@@ -188,20 +188,16 @@ RGObjectData* IRGObject::Block() const {
     return d;
 }
 
+// The generated members of a new block start where a reset to the defaults would put them (enums
+// and booleans at the schema's defaults, strings null, lists and nested objects empty), so what
+// is left is to record which properties have a default and to hand on the settings. A block is
+// made for every message that arrives, so this matters.
 void IRGObject::InitBlock() const {
     const ClassInfo& info = GetClassInfo();
     for (int i = 0; i < info.count; ++i) {
-        const PropertyInfo& p = info.properties[i];
-        if (p.kind == PropertyKind::Enum) {
-            AsEnum(d->Field(i, FieldRole::Invalid)) = -1;
-            AsEnum(d->Field(i, FieldRole::Default)) = p.defaultValue;
-        } else if (p.kind == PropertyKind::Bool) {
-            AsBool(d->Field(i, FieldRole::Default)) = p.defaultValue != 0;
+        if (info.properties[i].hasDefault) {
+            d->hasDefault.setBit(i);
         }
-        d->hasDefault.setBit(i, p.hasDefault);
-    }
-    for (int i = 0; i < info.count; ++i) {
-        ResetValue(i, true);
     }
     PropagateSettings();
 }
