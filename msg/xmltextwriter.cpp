@@ -12,6 +12,24 @@ constexpr qsizetype initialCapacity = 512;
 // The longest a UTF-16 unit becomes: "&quot;".
 constexpr qsizetype maxBytesPerUnit = 6;
 
+// The entity a character is written as, or null for one written as it is.
+const char* entityFor(char16_t c) {
+    switch (c) {
+        case u'<':
+            return "&lt;";
+        case u'>':
+            return "&gt;";
+        case u'&':
+            return "&amp;";
+        case u'"':
+            return "&quot;";
+        case u'\r':
+            return "&#13;";
+        default:
+            return nullptr;
+    }
+}
+
 }  // namespace
 
 XmlTextWriter::XmlTextWriter() : out(initialCapacity, Qt::Uninitialized) {}
@@ -110,27 +128,12 @@ bool XmlTextWriter::putEscaped(char*& to, const QString& text) {
     for (const QChar character : text) {
         const char16_t c = character.unicode();
         if (c < 0x80) {
-            switch (c) {
-                case u'<':
-                    at = put(at, "&lt;", 4);
-                    break;
-                case u'>':
-                    at = put(at, "&gt;", 4);
-                    break;
-                case u'&':
-                    at = put(at, "&amp;", 5);
-                    break;
-                case u'"':
-                    at = put(at, "&quot;", 6);
-                    break;
-                case u'\r':
-                    at = put(at, "&#13;", 5);
-                    break;
-                default:
-                    if (c < 0x20 && c != u'\t' && c != u'\n') {
-                        return false;
-                    }
-                    *at++ = static_cast<char>(c);
+            if (const char* entity = entityFor(c)) {
+                at = put(at, entity, qstrlen(entity));
+            } else if (c < 0x20 && c != u'\t' && c != u'\n') {
+                return false;
+            } else {
+                *at++ = static_cast<char>(c);
             }
         } else if (c < 0x800) {
             *at++ = static_cast<char>(0xC0 | (c >> 6));
