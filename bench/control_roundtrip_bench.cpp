@@ -7,15 +7,15 @@
 #include <zmq.hpp>
 
 #include "roundtrip.h"
-#include "zal/constants.h"
-#include "zal/context.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/endpoints.h"
-#include "zal/nameservice.h"
-#include "zal/nameserviceclient.h"
-#include "zal/router.h"
-#include "zal/zmqcontrollablethread.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/endpoints.h"
+#include "zal/services/nameservice.h"
+#include "zal/services/nameserviceclient.h"
+#include "zal/services/router.h"
+#include "zal/threads/zmqcontrollablethread.h"
+#include "zal/transport/zmqhelper.h"
 
 using namespace zal;
 

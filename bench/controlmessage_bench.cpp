@@ -5,8 +5,8 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
-#include <zal/configtool.h>
-#include <zal/controlmessagehelper.h>
+#include <zal/msg/configtool.h>
+#include <zal/msg/controlmessagehelper.h>
 #include <zal/msg/controlmessage.h>
 
 namespace {

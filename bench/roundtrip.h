@@ -11,9 +11,9 @@
 #include <vector>
 #include <zmq.hpp>
 
-#include "zal/context.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/context.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zalbench {
 

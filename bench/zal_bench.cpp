@@ -27,14 +27,14 @@
 #include <zmq.hpp>
 
 #include "roundtrip.h"
-#include "zal/constants.h"
-#include "zal/context.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/endpoints.h"
-#include "zal/environment.h"
-#include "zal/qtbridge.h"
-#include "zal/qtrepository.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/endpoints.h"
+#include "zal/host/environment.h"
+#include "zal/processors/qtbridge.h"
+#include "zal/processors/qtrepository.h"
+#include "zal/transport/zmqhelper.h"
 
 using namespace zal;
 using zalbench::Clock;

@@ -1,5 +1,5 @@
 // Fuzzes the XML reader of control messages through the payload path every service takes on a request.
-#include <zal/controlmessagehelper.h>
+#include <zal/msg/controlmessagehelper.h>
 #include <zal/msg/rgexceptions.h>
 
 #include <cstddef>

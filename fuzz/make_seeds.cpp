@@ -1,6 +1,6 @@
 // Writes the seed corpus of every fuzz target from the library's own writers, plus a few edge cases.
 //   zal_fuzz_seeds <corpus directory>   (normally fuzz/corpus; the files are committed, not regenerated)
-#include <zal/controlmessagehelper.h>
+#include <zal/msg/controlmessagehelper.h>
 #include <zal/msg/controlmessage.h>
 #include <zal/msg/datasource.h>
 #include <zal/msg/datastream.h>

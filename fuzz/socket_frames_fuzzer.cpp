@@ -5,11 +5,11 @@
 // last frame taking whatever is left. The frames go out as one multipart message; the template's
 // receive must take exactly the frames its framing names and report the rest as the framing says,
 // and what it received must go back out framed as the template's send promises.
-#include <zal/messages.h>
-#include <zal/socketerror.h>
-#include <zal/zmqbytestreamsockettemplate.h>
-#include <zal/zmqcontrolsockettemplate.h>
-#include <zal/zmqroutersockettemplate.h>
+#include <zal/transport/messages.h>
+#include <zal/transport/socketerror.h>
+#include <zal/transport/zmqbytestreamsockettemplate.h>
+#include <zal/transport/zmqcontrolsockettemplate.h>
+#include <zal/transport/zmqroutersockettemplate.h>
 
 #include <algorithm>
 #include <cstddef>

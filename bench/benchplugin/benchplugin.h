@@ -2,9 +2,9 @@
 // the streaming figures compare zal with raw libzmq and not payload making with a preset buffer.
 #pragma once
 
-#include "zal/plugin.h"
-#include "zal/processorinfo.h"
-#include "zal/streamprocessor.h"
+#include "zal/processors/plugin.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/streamprocessor.h"
 
 namespace zalbench {
 

@@ -1,8 +1,8 @@
-#include "zal/entrypoints.h"
+#include "zal/host/entrypoints.h"
 
 #include <new>
 
-#include "zal/environmentdll.h"
+#include "zal/host/environmentdll.h"
 
 extern "C" IDllInstance* QVCreate(const wchar_t* name) {
     return new (std::nothrow)

@@ -1,8 +1,8 @@
-#include "zal/environment.h"
+#include "zal/host/environment.h"
 
-#include "zal/constants.h"
-#include "zal/endpoints.h"
-#include "zal/pluginmanager.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
+#include "zal/processors/pluginmanager.h"
 
 namespace zal {
 

@@ -1,13 +1,13 @@
-#include "zal/environmentdll.h"
+#include "zal/host/environmentdll.h"
 
 #include <QDir>
 #include <QFileInfo>
 
-#include "zal/constants.h"
-#include "zal/curvekeys.h"
-#include "zal/environment.h"
-#include "zal/errorhandler.h"
-#include "zal/icfg.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/curvekeys.h"
+#include "zal/host/environment.h"
+#include "zal/platform/errorhandler.h"
+#include "zal/platform/icfg.h"
 
 namespace zal {
 

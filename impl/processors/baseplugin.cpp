@@ -1,7 +1,7 @@
-#include "zal/baseplugin.h"
+#include "zal/processors/baseplugin.h"
 
-#include "zal/processorinfo.h"
-#include "zal/qtbridge.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/qtbridge.h"
 
 namespace zal {
 

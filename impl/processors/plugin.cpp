@@ -1,4 +1,4 @@
-#include "zal/plugin.h"
+#include "zal/processors/plugin.h"
 
 namespace zal {
 

@@ -1,14 +1,14 @@
-#include "zal/pluginmanager.h"
+#include "zal/processors/pluginmanager.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QPluginLoader>
 
-#include "zal/applicationdirectory.h"
-#include "zal/baseplugin.h"
-#include "zal/errorhandler.h"
-#include "zal/plugin.h"
-#include "zal/processorinfo.h"
+#include "zal/platform/applicationdirectory.h"
+#include "zal/processors/baseplugin.h"
+#include "zal/platform/errorhandler.h"
+#include "zal/processors/plugin.h"
+#include "zal/processors/processorinfo.h"
 
 namespace zal {
 

@@ -1,10 +1,10 @@
-#include "zal/processorbase.h"
+#include "zal/processors/processorbase.h"
 
-#include "zal/configtool.h"
-#include "zal/constants.h"
-#include "zal/context.h"
-#include "zal/endpoints.h"
-#include "zal/zmqhelper.h"
+#include "zal/msg/configtool.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
+#include "zal/transport/endpoints.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

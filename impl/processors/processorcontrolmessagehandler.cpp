@@ -1,7 +1,7 @@
-#include "zal/processorcontrolmessagehandler.h"
+#include "zal/processors/processorcontrolmessagehandler.h"
 
-#include "zal/configtool.h"
-#include "zal/controlmessagehelper.h"
+#include "zal/msg/configtool.h"
+#include "zal/msg/controlmessagehelper.h"
 
 namespace zal {
 

@@ -1,7 +1,7 @@
-#include "zal/processorgroupmanagertemplate.h"
+#include "zal/processors/processorgroupmanagertemplate.h"
 
-#include "zal/configtool.h"
-#include "zal/endpoints.h"
+#include "zal/msg/configtool.h"
+#include "zal/transport/endpoints.h"
 
 namespace zal {
 

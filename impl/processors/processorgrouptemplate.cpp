@@ -1,11 +1,11 @@
-#include "zal/processorgrouptemplate.h"
+#include "zal/processors/processorgrouptemplate.h"
 
-#include "zal/configtool.h"
-#include "zal/context.h"
-#include "zal/endpoints.h"
-#include "zal/pluginmanager.h"
-#include "zal/processorinfo.h"
-#include "zal/zmqhelper.h"
+#include "zal/msg/configtool.h"
+#include "zal/transport/context.h"
+#include "zal/transport/endpoints.h"
+#include "zal/processors/pluginmanager.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

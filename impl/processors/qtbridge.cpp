@@ -1,8 +1,8 @@
-#include "zal/qtbridge.h"
+#include "zal/processors/qtbridge.h"
 
-#include "zal/configtool.h"
-#include "zal/context.h"
-#include "zal/qtrepository.h"
+#include "zal/msg/configtool.h"
+#include "zal/transport/context.h"
+#include "zal/processors/qtrepository.h"
 
 namespace zal {
 

@@ -1,4 +1,4 @@
-#include "zal/qtrepository.h"
+#include "zal/processors/qtrepository.h"
 
 #include <QMap>
 #include <mutex>

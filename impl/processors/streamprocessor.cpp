@@ -1,12 +1,12 @@
-#include "zal/streamprocessor.h"
+#include "zal/processors/streamprocessor.h"
 
-#include "zal/configtool.h"
-#include "zal/context.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/datastreaminitializer.h"
-#include "zal/errorhandler.h"
-#include "zal/processorerror.h"
-#include "zal/zmqhelper.h"
+#include "zal/msg/configtool.h"
+#include "zal/transport/context.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/processors/datastreaminitializer.h"
+#include "zal/platform/errorhandler.h"
+#include "zal/processors/processorerror.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

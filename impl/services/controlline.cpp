@@ -1,7 +1,7 @@
-#include "zal/controlline.h"
+#include "zal/services/controlline.h"
 
-#include "zal/context.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/context.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

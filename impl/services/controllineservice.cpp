@@ -1,4 +1,4 @@
-#include "zal/controllineservice.h"
+#include "zal/services/controllineservice.h"
 
 namespace zal {
 

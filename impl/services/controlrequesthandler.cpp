@@ -1,7 +1,7 @@
-#include "zal/controlrequesthandler.h"
+#include "zal/services/controlrequesthandler.h"
 
-#include "zal/controlmessagehelper.h"
-#include "zal/socketerror.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/socketerror.h"
 
 namespace zal {
 

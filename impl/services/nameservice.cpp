@@ -1,8 +1,8 @@
-#include "zal/nameservice.h"
+#include "zal/services/nameservice.h"
 
-#include "zal/context.h"
-#include "zal/endpoints.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/context.h"
+#include "zal/transport/endpoints.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

@@ -1,4 +1,4 @@
-#include "zal/nameserviceclient.h"
+#include "zal/services/nameserviceclient.h"
 
 namespace zal {
 

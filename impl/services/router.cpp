@@ -1,11 +1,11 @@
-#include "zal/router.h"
+#include "zal/services/router.h"
 
-#include "zal/constants.h"
-#include "zal/context.h"
-#include "zal/endpoints.h"
-#include "zal/errorhandler.h"
-#include "zal/zaphandler.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
+#include "zal/transport/endpoints.h"
+#include "zal/platform/errorhandler.h"
+#include "zal/services/zaphandler.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

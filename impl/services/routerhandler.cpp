@@ -1,4 +1,4 @@
-#include "zal/routerhandler.h"
+#include "zal/services/routerhandler.h"
 
 #include <string>
 

@@ -1,12 +1,12 @@
-#include "zal/zaphandler.h"
+#include "zal/services/zaphandler.h"
 
 #include <QByteArray>
 #include <QString>
 #include <cstdint>
 
-#include "zal/context.h"
-#include "zal/errorhandler.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/context.h"
+#include "zal/platform/errorhandler.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

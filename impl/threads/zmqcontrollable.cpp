@@ -1,4 +1,4 @@
-#include "zal/zmqcontrollable.h"
+#include "zal/threads/zmqcontrollable.h"
 
 namespace zal {
 

@@ -1,12 +1,12 @@
-#include "zal/zmqthreadcontroller.h"
+#include "zal/threads/zmqthreadcontroller.h"
 
 #include <boost/lexical_cast.hpp>
 
-#include "zal/constants.h"
-#include "zal/context.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/errorhandler.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/platform/errorhandler.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 

@@ -1,4 +1,4 @@
-#include "zal/constants.h"
+#include "zal/transport/constants.h"
 
 namespace zal {
 

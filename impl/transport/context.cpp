@@ -1,4 +1,4 @@
-#include "zal/context.h"
+#include "zal/transport/context.h"
 
 #include <zmq.hpp>
 

@@ -1,4 +1,4 @@
-#include "zal/curvekeys.h"
+#include "zal/transport/curvekeys.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,4 +1,4 @@
-#include "zal/endpoints.h"
+#include "zal/transport/endpoints.h"
 
 namespace zal {
 

@@ -1,4 +1,4 @@
-#include "zal/socketreader.h"
+#include "zal/transport/socketreader.h"
 
 #include <cerrno>
 

@@ -1,4 +1,4 @@
-#include "zal/zmqbytestreamsockettemplate.h"
+#include "zal/transport/zmqbytestreamsockettemplate.h"
 
 #include "zmqframe.h"
 

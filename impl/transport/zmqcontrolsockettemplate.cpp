@@ -1,6 +1,6 @@
-#include "zal/zmqcontrolsockettemplate.h"
+#include "zal/transport/zmqcontrolsockettemplate.h"
 
-#include "zal/socketerror.h"
+#include "zal/transport/socketerror.h"
 #include "zmqframe.h"
 
 namespace zal {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "zal/socketerror.h"
+#include "zal/transport/socketerror.h"
 
 namespace zal::frame {
 

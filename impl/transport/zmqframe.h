@@ -4,7 +4,7 @@
 #include <QByteArray>
 #include <zmq.hpp>
 
-#include "zal/messages.h"
+#include "zal/transport/messages.h"
 
 namespace zal::frame {
 

@@ -1,10 +1,10 @@
-#include "zal/zmqhelper.h"
+#include "zal/transport/zmqhelper.h"
 
 #include <cerrno>
 #include <chrono>
 #include <thread>
 
-#include "zal/errorhandler.h"
+#include "zal/platform/errorhandler.h"
 
 namespace zal {
 

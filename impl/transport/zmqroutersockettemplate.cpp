@@ -1,6 +1,6 @@
-#include "zal/zmqroutersockettemplate.h"
+#include "zal/transport/zmqroutersockettemplate.h"
 
-#include "zal/socketerror.h"
+#include "zal/transport/socketerror.h"
 #include "zmqframe.h"
 
 namespace zal {

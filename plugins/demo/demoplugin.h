@@ -1,7 +1,7 @@
 // The root object of the demo plug-in: it names the plug-in "demo" and creates its processor types.
 #pragma once
 
-#include "zal/plugin.h"
+#include "zal/processors/plugin.h"
 
 namespace demo {
 

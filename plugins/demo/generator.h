@@ -3,8 +3,8 @@
 
 #include <chrono>
 
-#include "zal/processorinfo.h"
-#include "zal/streamprocessor.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/streamprocessor.h"
 
 namespace demo {
 

@@ -4,8 +4,8 @@
 #include <QElapsedTimer>
 
 #include "recordingreader.h"
-#include "zal/processorinfo.h"
-#include "zal/streamprocessor.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/streamprocessor.h"
 
 namespace demo {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "recordingwriter.h"
-#include "zal/processorinfo.h"
-#include "zal/streamprocessor.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/streamprocessor.h"
 
 namespace demo {
 

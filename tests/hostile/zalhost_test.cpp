@@ -15,8 +15,8 @@
 #include "support/program.h"
 #include "support/qtprinters.h"
 #include "support/requestflood.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;

@@ -7,7 +7,7 @@
 #include "msgtesthelpers.h"
 #include "support/qtprinters.h"
 #include "xmltextreader.h"
-#include "zal/controlmessagehelper.h"
+#include "zal/msg/controlmessagehelper.h"
 
 using REPORTGENERATOR::RGException;
 using REPORTGENERATOR::XmlTextReader;

@@ -6,7 +6,7 @@
 
 #include "support/qtprinters.h"
 #include "xmltextwriter.h"
-#include "zal/controlmessagehelper.h"
+#include "zal/msg/controlmessagehelper.h"
 
 using REPORTGENERATOR::XmlTextWriter;
 

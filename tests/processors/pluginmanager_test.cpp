@@ -10,12 +10,12 @@
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
 #include "support/tracecapture.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
-#include "zal/plugin.h"
-#include "zal/pluginmanager.h"
-#include "zal/processorinfo.h"
-#include "zal/qtbridge.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
+#include "zal/processors/plugin.h"
+#include "zal/processors/pluginmanager.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/qtbridge.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;

@@ -7,9 +7,9 @@
 
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
-#include "zal/configtool.h"
-#include "zal/endpoints.h"
-#include "zal/processorbase.h"
+#include "zal/msg/configtool.h"
+#include "zal/transport/endpoints.h"
+#include "zal/processors/processorbase.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;

@@ -12,10 +12,10 @@
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
 #include "support/sockets.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
-#include "zal/qtbridge.h"
-#include "zal/qtrepository.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
+#include "zal/processors/qtbridge.h"
+#include "zal/processors/qtrepository.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;

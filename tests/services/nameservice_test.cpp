@@ -2,13 +2,13 @@
 #include <gtest/gtest.h>
 
 #include "support/frontendclient.h"
-#include "zal/configtool.h"
-#include "zal/datastreaminitializer.h"
-#include "zal/endpoints.h"
-#include "zal/nameservice.h"
-#include "zal/processorerror.h"
-#include "zal/router.h"
-#include "zal/zmqcontrollablethread.h"
+#include "zal/msg/configtool.h"
+#include "zal/processors/datastreaminitializer.h"
+#include "zal/transport/endpoints.h"
+#include "zal/services/nameservice.h"
+#include "zal/processors/processorerror.h"
+#include "zal/services/router.h"
+#include "zal/threads/zmqcontrollablethread.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;

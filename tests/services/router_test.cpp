@@ -6,10 +6,10 @@
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
 #include "support/tracecapture.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
-#include "zal/router.h"
-#include "zal/zmqcontrollablethread.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
+#include "zal/services/router.h"
+#include "zal/threads/zmqcontrollablethread.h"
 
 using namespace zal;
 

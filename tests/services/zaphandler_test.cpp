@@ -6,13 +6,13 @@
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
 #include "support/tracecapture.h"
-#include "zal/constants.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/curvekeys.h"
-#include "zal/endpoints.h"
-#include "zal/environment.h"
-#include "zal/zaphandler.h"
-#include "zal/zmqcontrollablethread.h"
+#include "zal/transport/constants.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/curvekeys.h"
+#include "zal/transport/endpoints.h"
+#include "zal/host/environment.h"
+#include "zal/services/zaphandler.h"
+#include "zal/threads/zmqcontrollablethread.h"
 
 using namespace zal;
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "support/sockets.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/zmqhelper.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zaltest {
 

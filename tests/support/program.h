@@ -11,7 +11,7 @@
 #include <QStringList>
 #include <algorithm>
 
-#include "zal/applicationdirectory.h"
+#include "zal/platform/applicationdirectory.h"
 
 namespace zaltest {
 

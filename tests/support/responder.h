@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "support/sockets.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/zmqhelper.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zaltest {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "zal/router.h"
-#include "zal/zmqcontrollablethread.h"
+#include "zal/services/router.h"
+#include "zal/threads/zmqcontrollablethread.h"
 
 namespace zaltest {
 

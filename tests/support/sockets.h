@@ -7,7 +7,7 @@
 #include <vector>
 #include <zmq.hpp>
 
-#include "zal/context.h"
+#include "zal/transport/context.h"
 
 namespace zaltest {
 

@@ -5,7 +5,7 @@
 #include <QStringList>
 #include <mutex>
 
-#include "zal/errorhandler.h"
+#include "zal/platform/errorhandler.h"
 
 namespace zaltest {
 

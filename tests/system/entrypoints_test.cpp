@@ -8,11 +8,11 @@
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "support/tracecapture.h"
-#include "zal/applicationdirectory.h"
-#include "zal/constants.h"
-#include "zal/environment.h"
-#include "zal/environmentdll.h"
-#include "zal/idllinstance.h"
+#include "zal/platform/applicationdirectory.h"
+#include "zal/transport/constants.h"
+#include "zal/host/environment.h"
+#include "zal/host/environmentdll.h"
+#include "zal/platform/idllinstance.h"
 
 using namespace zal;
 

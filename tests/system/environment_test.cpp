@@ -6,10 +6,10 @@
 
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
-#include "zal/configtool.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
-#include "zal/environment.h"
+#include "zal/msg/configtool.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
+#include "zal/host/environment.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;

@@ -11,10 +11,10 @@
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "support/requestflood.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
-#include "zal/environment.h"
-#include "zal/environmentdll.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
+#include "zal/host/environment.h"
+#include "zal/host/environmentdll.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;

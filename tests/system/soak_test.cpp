@@ -9,9 +9,9 @@
 #include "support/frontendclient.h"
 #include "support/procstatus.h"
 #include "support/qtprinters.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
-#include "zal/environment.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
+#include "zal/host/environment.h"
 
 using namespace zal;
 using Helper = ControlMessageHelper;

@@ -5,8 +5,8 @@
 #include <future>
 #include <mutex>
 
-#include "zal/controlmessagehelper.h"
-#include "zal/zmqcontrollablethread.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/threads/zmqcontrollablethread.h"
 
 using namespace zal;
 

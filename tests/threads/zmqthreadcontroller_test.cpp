@@ -3,8 +3,8 @@
 
 #include <thread>
 
-#include "zal/controlmessagehelper.h"
-#include "zal/zmqthreadcontroller.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/threads/zmqthreadcontroller.h"
 
 using namespace zal;
 using Result = zalmsg::ControlMessage::ResultType;

@@ -11,12 +11,12 @@
 #include "support/program.h"
 #include "support/qtprinters.h"
 #include "support/sockets.h"
-#include "zal/applicationdirectory.h"
-#include "zal/configtool.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/curvekeys.h"
-#include "zal/environment.h"
-#include "zal/zmqhelper.h"
+#include "zal/platform/applicationdirectory.h"
+#include "zal/msg/configtool.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/curvekeys.h"
+#include "zal/host/environment.h"
+#include "zal/transport/zmqhelper.h"
 
 using Message = zalmsg::ControlMessage;
 

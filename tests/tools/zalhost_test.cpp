@@ -8,7 +8,7 @@
 #include "support/frontendclient.h"
 #include "support/program.h"
 #include "support/qtprinters.h"
-#include "zal/constants.h"
+#include "zal/transport/constants.h"
 
 using zaltest::RunningProgram;
 using zaltest::runProgram;

@@ -5,7 +5,7 @@
 #include <future>
 #include <zmq.hpp>
 
-#include "zal/context.h"
+#include "zal/transport/context.h"
 
 using zal::Context;
 

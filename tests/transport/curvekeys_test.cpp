@@ -4,7 +4,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include "zal/curvekeys.h"
+#include "zal/transport/curvekeys.h"
 
 using zal::CurveKeyError;
 using zal::CurveKeys;

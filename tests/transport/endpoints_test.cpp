@@ -1,8 +1,8 @@
 // The endpoint scheme and the library-wide constants.
 #include <gtest/gtest.h>
 
-#include "zal/constants.h"
-#include "zal/endpoints.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
 
 using namespace zal;
 

@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "support/sockets.h"
-#include "zal/socketerror.h"
-#include "zal/zmqbytestreamsockettemplate.h"
-#include "zal/zmqcontrolsockettemplate.h"
-#include "zal/zmqhelper.h"
-#include "zal/zmqroutersockettemplate.h"
+#include "zal/transport/socketerror.h"
+#include "zal/transport/zmqbytestreamsockettemplate.h"
+#include "zal/transport/zmqcontrolsockettemplate.h"
+#include "zal/transport/zmqhelper.h"
+#include "zal/transport/zmqroutersockettemplate.h"
 
 using namespace zal;
 using zaltest::makeSocket;

@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include "support/sockets.h"
-#include "zal/inputclient.h"
-#include "zal/socketerror.h"
-#include "zal/socketreader.h"
-#include "zal/zmqhelper.h"
-#include "zal/zmqroutersockettemplate.h"
+#include "zal/transport/inputclient.h"
+#include "zal/transport/socketerror.h"
+#include "zal/transport/socketreader.h"
+#include "zal/transport/zmqhelper.h"
+#include "zal/transport/zmqroutersockettemplate.h"
 
 using namespace zal;
 using zaltest::makeSocket;

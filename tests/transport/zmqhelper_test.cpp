@@ -6,7 +6,7 @@
 
 #include "support/sockets.h"
 #include "support/tracecapture.h"
-#include "zal/zmqhelper.h"
+#include "zal/transport/zmqhelper.h"
 
 using namespace zal;
 using zaltest::makeSocket;

@@ -3,9 +3,9 @@
 #include <QMap>
 #include <QVector>
 
-#include "zal/configtool.h"
-#include "zal/controlmessagehelper.h"
-#include "zal/endpoints.h"
+#include "zal/msg/configtool.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/endpoints.h"
 
 namespace zaltools {
 

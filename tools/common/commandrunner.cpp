@@ -1,7 +1,7 @@
 #include "zaltools/commandrunner.h"
 
-#include "zal/controlmessagehelper.h"
-#include "zal/requestclienttemplate.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/services/requestclienttemplate.h"
 #include "zaltools/replyformatter.h"
 
 namespace zaltools {

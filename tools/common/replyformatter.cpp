@@ -2,8 +2,8 @@
 
 #include <QStringList>
 
-#include "zal/configtool.h"
-#include "zal/controlmessagehelper.h"
+#include "zal/msg/configtool.h"
+#include "zal/msg/controlmessagehelper.h"
 
 namespace zaltools {
 

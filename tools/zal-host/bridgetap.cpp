@@ -1,7 +1,7 @@
 #include "bridgetap.h"
 
-#include "zal/qtbridge.h"
-#include "zal/qtrepository.h"
+#include "zal/processors/qtbridge.h"
+#include "zal/processors/qtrepository.h"
 
 BridgeTap::BridgeTap(const QString& name, QTextStream& out, int linesPerSecond, QObject* parent)
     : QObject(parent), name(name), out(out), linesPerSecond(linesPerSecond) {

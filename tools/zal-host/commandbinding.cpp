@@ -1,6 +1,6 @@
 #include "commandbinding.h"
 
-#include "zal/constants.h"
+#include "zal/transport/constants.h"
 #include "zaltools/commandrunner.h"
 #include "zaltools/linesplitter.h"
 

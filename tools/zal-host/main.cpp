@@ -13,12 +13,12 @@
 #include "commandbinding.h"
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
-#include "zal/constants.h"
-#include "zal/context.h"
-#include "zal/environment.h"
-#include "zal/environmentdll.h"
-#include "zal/icfg.h"
-#include "zal/idllinstance.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
+#include "zal/host/environment.h"
+#include "zal/host/environmentdll.h"
+#include "zal/platform/icfg.h"
+#include "zal/platform/idllinstance.h"
 
 namespace {
 

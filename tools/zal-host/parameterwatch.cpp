@@ -1,6 +1,6 @@
 #include "parameterwatch.h"
 
-#include "zal/controlmessagehelper.h"
+#include "zal/msg/controlmessagehelper.h"
 
 namespace {
 constexpr int watchIntervalMs = 1000;

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "zal/requestclienttemplate.h"
+#include "zal/services/requestclienttemplate.h"
 
 // Runs in the host's main thread with a request client of its own; a processor that does not
 // answer shows "?" for its values instead of stopping the host.

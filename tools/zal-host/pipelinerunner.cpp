@@ -4,8 +4,8 @@
 
 #include "bridgetap.h"
 #include "parameterwatch.h"
-#include "zal/constants.h"
-#include "zal/endpoints.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
 
 PipelineRunner::PipelineRunner(std::string frontend, Splitter split, Executor execute, QTextStream& out,
                                QObject* parent)

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "zal/constants.h"
-#include "zal/curvekeys.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/curvekeys.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/commandrunner.h"
 #include "zaltools/exitstatus.h"

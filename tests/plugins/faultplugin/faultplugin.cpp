@@ -5,11 +5,11 @@
 #include <stdexcept>
 #include <zmq.hpp>
 
-#include "zal/context.h"
-#include "zal/plugin.h"
-#include "zal/processorbase.h"
-#include "zal/processorinfo.h"
-#include "zal/streamprocessor.h"
+#include "zal/transport/context.h"
+#include "zal/processors/plugin.h"
+#include "zal/processors/processorbase.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/streamprocessor.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 // ("Source") and remember what they receive ("Sink").
 #include <QStringList>
 
-#include "zal/plugin.h"
-#include "zal/processorinfo.h"
-#include "zal/streamprocessor.h"
+#include "zal/processors/plugin.h"
+#include "zal/processors/processorinfo.h"
+#include "zal/processors/streamprocessor.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // A plug-in library for the tests: one processor type, "Echo", that keeps and answers parameters.
 #include <QMap>
 
-#include "zal/plugin.h"
-#include "zal/processorbase.h"
-#include "zal/processorinfo.h"
+#include "zal/processors/plugin.h"
+#include "zal/processors/processorbase.h"
+#include "zal/processors/processorinfo.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "zal/constants.h"
-#include "zal/curvekeys.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/curvekeys.h"
 #include "zal/msg/controlmessage.h"
 #include "zaltools/command.h"
 #include "zaltools/commandparser.h"

@@ -1,0 +1,27 @@
+#include "zal/processors/datastreaminitializer.h"
+
+#include "zal/processors/processorerror.h"
+#include "zal/transport/zmqhelper.h"
+
+namespace zal {
+
+DataStreamInitializer::DataStreamInitializer(const std::string& ownerName, const std::string& processorName,
+                                             NameServiceClient& client)
+    : ownerName(ownerName), processorName(processorName), client(client) {}
+
+void DataStreamInitializer::initialize(zmq::socket_t& socket, zalmsg::DataStream& stream) {
+    QVector<QString>& addresses = stream.GetAddress();
+    std::vector<std::string> bound;
+    bound.reserve(static_cast<size_t>(addresses.size()));
+    for (QString& address : addresses) {
+        ZmqHelper::bindSocket(socket, address);
+        bound.push_back(address.toStdString());
+    }
+    const std::string name = stream.GetName().toStdString();
+    if (!client.registerStream(name, processorName, bound)) {
+        // The missing blank before "could" is part of the text that users match on.
+        throw ProcessorError(ownerName + ": Stream '" + name + "'could not be registered at nameservice");
+    }
+}
+
+}  // namespace zal

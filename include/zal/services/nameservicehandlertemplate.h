@@ -1,0 +1,59 @@
+// Answers "RegisterStream", "DeregisterStream" and "ResolveStream" from the store it owns.
+#pragma once
+
+#include "zal/msg/configtool.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/services/controlrequesthandler.h"
+#include "zal/services/nameservicestore.h"
+
+namespace zal {
+
+// One handler serves both of the name service's sockets, so both see one table; refusals are
+// answered with their texts like everything else.
+template <class Socket, class Store>
+class NameServiceHandlerTemplate : public ControlRequestHandler {
+public:
+    const Store& getStore() const { return store; }
+
+protected:
+    void dispatch(zalmsg::ControlMessage& message) override {
+        const std::string name = message.GetStreamName().toStdString();
+        try {
+            switch (message.GetMessageType()) {
+                case Type::RegisterStream:
+                    store.insert(
+                        name,
+                        StreamEntry{
+                            message.GetProcessorName(),
+                            ControlMessageHelper::fromQStringVector(
+                                static_cast<const zalmsg::ControlMessage&>(message).GetStreamAddresses())});
+                    ConfigTool::setResultSuccess(message);
+                    break;
+                case Type::DeregisterStream:
+                    store.erase(name);
+                    ConfigTool::setResultSuccess(message);
+                    break;
+                case Type::ResolveStream: {
+                    const StreamEntry entry = store.lookup(name);
+                    if (!entry.processorName.isNull()) {
+                        message.SetProcessorName(entry.processorName);
+                    }
+                    message.SetStreamAddresses(ControlMessageHelper::toQStringVector(entry.addresses));
+                    ConfigTool::setResultSuccess(message);
+                    break;
+                }
+                default:
+                    ConfigTool::setErrorMessage(message, QStringLiteral("Unknown message type"));
+            }
+        } catch (const std::exception& e) {
+            ConfigTool::setErrorMessage(message, QString::fromUtf8(e.what()));
+        }
+    }
+
+private:
+    using Type = zalmsg::ControlMessage::MessageType;
+
+    Store store;
+};
+
+}  // namespace zal

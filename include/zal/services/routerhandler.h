@@ -1,0 +1,16 @@
+// Forwards a router message to the opposite side, by identity only.
+#pragma once
+
+#include "zal/transport/messagehandler.h"
+#include "zal/transport/zmqroutersockettemplate.h"
+
+namespace zal {
+
+// Stateless. A message that cannot be delivered (no peer with that identity, or a short write) is
+// dropped without a reply: the requester notices through its own receive time-out.
+class RouterHandler : public MessageHandler<ZmqRouterSocket, RouterMessage> {
+public:
+    void handleMessage(RouterMessage& message, ZmqRouterSocket* opposite) override;
+};
+
+}  // namespace zal
