@@ -4,8 +4,9 @@
 #include <QString>
 #include <cstdint>
 
-#include "zal/transport/context.h"
 #include "zal/platform/errorhandler.h"
+#include "zal/transport/context.h"
+#include "zal/transport/uninterrupted.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zal {
@@ -75,7 +76,7 @@ void ZapHandler::answerRequest() {
     std::vector<std::string> frames;
     zmq::message_t frame;
     do {
-        if (!socket->recv(frame, zmq::recv_flags::dontwait)) {
+        if (!receiveUninterrupted(*socket, frame, zmq::recv_flags::dontwait)) {
             break;
         }
         frames.emplace_back(static_cast<const char*>(frame.data()), frame.size());
@@ -102,7 +103,7 @@ void ZapHandler::answerRequest() {
         "1.0", requestId, admitted ? "200" : "400", admitted ? "OK" : "Not authorised", userId, ""};
     for (size_t i = 0; i < reply.size(); ++i) {
         const auto flags = i + 1 < reply.size() ? zmq::send_flags::sndmore : zmq::send_flags::none;
-        if (!socket->send(zmq::buffer(reply[i]), flags)) {
+        if (!sendUninterrupted(*socket, zmq::buffer(reply[i]), flags)) {
             return;
         }
     }

@@ -1,5 +1,7 @@
 #include "zal/threads/zmqcontrollable.h"
 
+#include "zal/transport/uninterrupted.h"
+
 namespace zal {
 
 int ZmqControllable::addCreatorSocket() {
@@ -15,7 +17,7 @@ bool ZmqControllable::checkCreatorSocket() {
         return true;
     }
     zmq::message_t frame;
-    while (creatorSocket->recv(frame, zmq::recv_flags::dontwait) && frame.more()) {
+    while (receiveUninterrupted(*creatorSocket, frame, zmq::recv_flags::dontwait) && frame.more()) {
     }
     return false;
 }

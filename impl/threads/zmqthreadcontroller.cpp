@@ -2,10 +2,11 @@
 
 #include <boost/lexical_cast.hpp>
 
-#include "zal/transport/constants.h"
-#include "zal/transport/context.h"
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/platform/errorhandler.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
+#include "zal/transport/uninterrupted.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zal {
@@ -57,9 +58,9 @@ bool ZmqThreadController::sendToCreator(const zalmsg::ControlMessage& message) {
         sender.set(zmq::sockopt::linger, 0);
         ZmqHelper::connectSocket(sender, address);
         const QByteArray payload = ControlMessageHelper::toPayload(message);
-        const auto sent =
-            sender.send(zmq::const_buffer(payload.constData(), static_cast<size_t>(payload.size())),
-                        zmq::send_flags::none);
+        const auto sent = sendUninterrupted(
+            sender, zmq::const_buffer(payload.constData(), static_cast<size_t>(payload.size())),
+            zmq::send_flags::none);
         return sent && *sent == static_cast<size_t>(payload.size());
     } catch (const std::exception& e) {
         report("Sending to creator thread failed: (%1)", e);
@@ -74,11 +75,11 @@ bool ZmqThreadController::waitForThread() {
 bool ZmqThreadController::waitForThread(long timeoutMs) {
     try {
         zmq_pollitem_t item{socket->handle(), 0, ZMQ_POLLIN, 0};
-        if (zmq_poll(&item, 1, timeoutMs) <= 0) {
+        if (retryInterrupted([&] { return zmq_poll(&item, 1, timeoutMs); }) <= 0) {
             return false;
         }
         zmq::message_t frame;
-        if (!socket->recv(frame, zmq::recv_flags::dontwait)) {
+        if (!receiveUninterrupted(*socket, frame, zmq::recv_flags::dontwait)) {
             return false;
         }
         const zalmsg::ControlMessage message = ControlMessageHelper::fromPayload(

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "zal/transport/socketerror.h"
+#include "zal/transport/uninterrupted.h"
 
 namespace zal::frame {
 
@@ -21,7 +22,7 @@ FrameReader::~FrameReader() {
 }
 
 bool FrameReader::next() {
-    if (zmq_msg_recv(&message, socket, 0) < 0) {
+    if (retryInterrupted([&] { return zmq_msg_recv(&message, socket, 0); }) < 0) {
         if (zmq_errno() != EAGAIN) {
             throw zmq::error_t();
         }
@@ -31,7 +32,7 @@ bool FrameReader::next() {
 }
 
 bool FrameReader::tryNext(bool& more) {
-    if (zmq_msg_recv(&message, socket, ZMQ_DONTWAIT) < 0) {
+    if (retryInterrupted([&] { return zmq_msg_recv(&message, socket, ZMQ_DONTWAIT); }) < 0) {
         if (zmq_errno() != EAGAIN) {
             throw zmq::error_t();
         }
@@ -80,7 +81,8 @@ void FrameReader::nextWithMore(QByteArray* keep) {
 }
 
 void sendFrame(zmq::socket_t& socket, const char* data, int size, int flags) {
-    int sent = zmq_send(socket.handle(), data, static_cast<size_t>(size), flags);
+    int sent =
+        retryInterrupted([&] { return zmq_send(socket.handle(), data, static_cast<size_t>(size), flags); });
     if (sent < 0) {
         if (zmq_errno() != EAGAIN) {
             throw zmq::error_t();
@@ -117,7 +119,7 @@ void sendFrame(zmq::socket_t& socket, const QByteArray& bytes, int flags) {
     zmq_msg_t message;
     zmq_msg_init_data(&message, const_cast<char*>(holder->constData()), static_cast<size_t>(holder->size()),
                       releaseSharedBytes, holder);
-    if (zmq_msg_send(&message, socket.handle(), flags) < 0) {
+    if (retryInterrupted([&] { return zmq_msg_send(&message, socket.handle(), flags); }) < 0) {
         const int error = zmq_errno();
         zmq_msg_close(&message);
         if (error != EAGAIN) {

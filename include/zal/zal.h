@@ -21,6 +21,7 @@
 #include "zal/transport/socketerror.h"
 #include "zal/transport/socketreader.h"
 #include "zal/transport/sockettraits.h"
+#include "zal/transport/uninterrupted.h"
 #include "zal/transport/zmqbytestreamsockettemplate.h"
 #include "zal/transport/zmqcontrolsockettemplate.h"
 #include "zal/transport/zmqhelper.h"

@@ -5,12 +5,13 @@
 #include <string>
 #include <zmq.hpp>
 
-#include "zal/transport/context.h"
-#include "zal/threads/controllerbase.h"
 #include "zal/msg/controlmessagehelper.h"
-#include "zal/transport/socketerror.h"
-#include "zal/transport/zmqhelper.h"
+#include "zal/threads/controllerbase.h"
 #include "zal/threads/zmqthreadcontroller.h"
+#include "zal/transport/context.h"
+#include "zal/transport/socketerror.h"
+#include "zal/transport/uninterrupted.h"
+#include "zal/transport/zmqhelper.h"
 
 namespace zal {
 
@@ -52,9 +53,9 @@ public:
     static bool sendMessage(zmq::socket_t& socket, const zalmsg::ControlMessage& message) {
         const QByteArray payload = ControlMessageHelper::toPayload(message);
         try {
-            const auto sent =
-                socket.send(zmq::const_buffer(payload.constData(), static_cast<size_t>(payload.size())),
-                            zmq::send_flags::none);
+            const auto sent = sendUninterrupted(
+                socket, zmq::const_buffer(payload.constData(), static_cast<size_t>(payload.size())),
+                zmq::send_flags::none);
             return sent && *sent == static_cast<size_t>(payload.size());
         } catch (const zmq::error_t& e) {
             const std::string dropped = std::string("ZmqController::sendMessage() failed: ") + e.what();

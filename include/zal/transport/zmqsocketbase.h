@@ -3,6 +3,8 @@
 
 #include <zmq.h>
 
+#include "zal/transport/uninterrupted.h"
+
 namespace zal {
 
 template <class Socket>
@@ -32,7 +34,8 @@ public:
         while (zmq_getsockopt(socket->handle(), ZMQ_RCVMORE, &more, &size) == 0 && more != 0) {
             zmq_msg_t frame;
             zmq_msg_init(&frame);
-            const int received = zmq_msg_recv(&frame, socket->handle(), ZMQ_DONTWAIT);
+            const int received =
+                retryInterrupted([&] { return zmq_msg_recv(&frame, socket->handle(), ZMQ_DONTWAIT); });
             zmq_msg_close(&frame);
             if (received < 0) {
                 break;
