@@ -4,9 +4,11 @@
 // number of frames (1 to 8); then each frame but the last as a length byte and that many bytes, the
 // last frame taking whatever is left. The frames go out as one multipart message; the template's
 // receive must take exactly the frames its framing names and report the rest as the framing says,
-// and what it received must go back out framed as the template's send promises.
+// and what it received must go back out framed as the template's send promises. libFuzzer's timer
+// signal interrupts blocking calls now and then; the harness's own calls retry like the library's.
 #include <zal/transport/messages.h>
 #include <zal/transport/socketerror.h>
+#include <zal/transport/uninterrupted.h>
 #include <zal/transport/zmqbytestreamsockettemplate.h>
 #include <zal/transport/zmqcontrolsockettemplate.h>
 #include <zal/transport/zmqroutersockettemplate.h>
@@ -67,8 +69,9 @@ std::vector<QByteArray> splitFrames(const std::uint8_t* data, std::size_t size) 
 void sendFrames(zmq::socket_t& socket, const std::vector<QByteArray>& frames) {
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const int flags = i + 1 < frames.size() ? ZMQ_SNDMORE : 0;
-        const int sent =
-            zmq_send(socket.handle(), frames[i].constData(), std::size_t(frames[i].size()), flags);
+        const int sent = zal::retryInterrupted([&] {
+            return zmq_send(socket.handle(), frames[i].constData(), std::size_t(frames[i].size()), flags);
+        });
         ZAL_FUZZ_CHECK(sent == frames[i].size());
     }
 }
@@ -77,7 +80,7 @@ void sendFrames(zmq::socket_t& socket, const std::vector<QByteArray>& frames) {
 int drain(zmq::socket_t& socket) {
     int left = 0;
     zmq::message_t frame;
-    while (socket.recv(frame, zmq::recv_flags::dontwait)) {
+    while (zal::receiveUninterrupted(socket, frame, zmq::recv_flags::dontwait)) {
         ++left;
     }
     return left;
@@ -87,7 +90,7 @@ std::vector<QByteArray> receiveFrames(zmq::socket_t& socket) {
     std::vector<QByteArray> frames;
     zmq::message_t frame;
     do {
-        ZAL_FUZZ_CHECK(socket.recv(frame));
+        ZAL_FUZZ_CHECK(zal::receiveUninterrupted(socket, frame, zmq::recv_flags::none));
         frames.emplace_back(frame.data<char>(), static_cast<qsizetype>(frame.size()));
     } while (frame.more());
     return frames;
