@@ -19,8 +19,10 @@ void DataStreamInitializer::initialize(zmq::socket_t& socket, zalmsg::DataStream
     }
     const std::string name = stream.GetName().toStdString();
     if (!client.registerStream(name, processorName, bound)) {
-        // The missing blank before "could" is part of the text that users match on.
-        throw ProcessorError(ownerName + ": Stream '" + name + "'could not be registered at nameservice");
+        // The missing blank before "could" is part of the text that users match on; the name
+        // service's reason (a name taken, no answer) follows it.
+        throw ProcessorError(ownerName + ": Stream '" + name + "'could not be registered at nameservice (" +
+                             client.getLastMessageText() + ")");
     }
 }
 

@@ -101,26 +101,27 @@ void ProcessorBase::subscribeParameter(const std::string& topic) {
 void ProcessorBase::connectInput(zmq::socket_t& input, const QString& address,
                                  const QVector<QString>& filters,
                                  const std::function<void(const QString&)>& subscribe) {
-    if (ConfigTool::addDataSource(processor, address)) {
+    // The configuration is what `sources` shows, so it changes only after the socket did: a
+    // refused address or subscription leaves it as it was, and asking again tries again.
+    if (ConfigTool::indexOfDataSource(processor, address) < 0) {
         ZmqHelper::connectSocket(input, address.toStdString());
+        ConfigTool::addDataSource(processor, address);
     }
-    const QVector<QString> before = ConfigTool::getDataFilter(processor, address);
-    if (!ConfigTool::addDataFilter(processor, address, filters)) {
-        return;
-    }
-    const QVector<QString> after = ConfigTool::getDataFilter(processor, address);
-    if (after.isEmpty()) {
+    if (filters.isEmpty()) {
         input.set(zmq::sockopt::subscribe, "");
+        ConfigTool::addDataFilter(processor, address, filters);
         return;
     }
-    for (const QString& filter : after) {
-        if (!before.contains(filter)) {
+    for (const QString& filter : filters) {
+        if (!ConfigTool::getDataFilter(processor, address).contains(filter)) {
             subscribe(filter);
+            ConfigTool::addDataFilter(processor, address, {filter});
         }
     }
 }
 
-void ProcessorBase::drainInput(int socketIndex, InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client) {
+void ProcessorBase::drainInput(int socketIndex,
+                               InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client) {
     if (!SocketReader::isReadable(reader.getEvents(socketIndex))) {
         return;
     }

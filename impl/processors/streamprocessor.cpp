@@ -1,11 +1,11 @@
 #include "zal/processors/streamprocessor.h"
 
 #include "zal/msg/configtool.h"
-#include "zal/transport/context.h"
 #include "zal/msg/controlmessagehelper.h"
-#include "zal/processors/datastreaminitializer.h"
 #include "zal/platform/errorhandler.h"
+#include "zal/processors/datastreaminitializer.h"
 #include "zal/processors/processorerror.h"
+#include "zal/transport/context.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zal {
@@ -95,14 +95,20 @@ bool StreamProcessor::initialize() {
     const std::string owner = getEndpointString();
     DataStreamInitializer(owner, name, *getNameServiceClient())
         .initialize(*outputSocket, processor.GetDataStream().front());
+    streamRegistered = true;
+    ConfigTool::setStreamRunning(processor, QString::fromStdString(getDataStreamName()), active);
     inputSocketIndex = reader.addSocket(*inputSocket, ZMQ_POLLIN);
     return true;
 }
 
 void StreamProcessor::release() {
-    if (NameServiceClient* client = getNameServiceClient(); client != nullptr && outputSocket) {
+    // Only a stream this processor registered is deregistered. A processor refused because its
+    // stream's name was taken is released too, and deregistering the name then would take the
+    // stream away from the processor that owns it.
+    if (NameServiceClient* client = getNameServiceClient(); client != nullptr && streamRegistered) {
         client->deregisterStream(getDataStreamName());
     }
+    streamRegistered = false;
     freeStreamSockets();
     ProcessorBase::release();
 }
@@ -123,21 +129,35 @@ void StreamProcessor::checkDataEvents() {
     }
 }
 
-bool StreamProcessor::connect(const QString&, const QString& streamAddress,
+bool StreamProcessor::connect(const QString& streamName, const QString& streamAddress,
                               const QVector<QString>& messageFilter) {
     connectInput(*inputSocket, streamAddress, messageFilter, [this](const QString& topic) {
         inputSocket->set(zmq::sockopt::subscribe, topic.toStdString());
     });
+    if (!streamName.isEmpty() && !connectedStreams.contains(streamName)) {
+        connectedStreams << streamName;
+    }
     return true;
 }
 
-bool StreamProcessor::start(const QString&) {
-    active = true;
-    return true;
+bool StreamProcessor::start(const QString& streamName) {
+    return setRunning(streamName, true);
 }
 
-bool StreamProcessor::stop(const QString&) {
-    active = false;
+bool StreamProcessor::stop(const QString& streamName) {
+    return setRunning(streamName, false);
+}
+
+// The processor runs or pauses as a whole, named by its own stream, a stream it was connected to,
+// or nothing. Any other name is refused, so that a typo is not answered with a success that
+// changed nothing.
+bool StreamProcessor::setRunning(const QString& streamName, bool running) {
+    const QString own = QString::fromStdString(getDataStreamName());
+    if (!streamName.isEmpty() && streamName != own && !connectedStreams.contains(streamName)) {
+        return false;
+    }
+    active = running;
+    ConfigTool::setStreamRunning(processor, own, running);
     return true;
 }
 

@@ -84,13 +84,17 @@ void Generator::publishDue() {
 }
 
 bool Generator::start(const QString& streamName) {
-    StreamProcessor::start(streamName);
+    if (!StreamProcessor::start(streamName)) {
+        return false;
+    }
     restartSchedule();
     return true;
 }
 
 bool Generator::stop(const QString& streamName) {
-    StreamProcessor::stop(streamName);
+    if (!StreamProcessor::stop(streamName)) {
+        return false;
+    }
     restartSchedule();
     return true;
 }

@@ -15,7 +15,10 @@ constexpr qint64 maxWaitMilliseconds = 100;
 }  // namespace
 
 Player::Player(const zal::ProcessorInfo& info)
-    : StreamProcessor(info.processor, info.name, info.group, info.prefix) {}
+    : StreamProcessor(info.processor, info.name, info.group, info.prefix) {
+    // A player publishes only between Start and the end of its file, so its stream starts stopped.
+    active = false;
+}
 
 void Player::handleMessage(zal::ByteStreamMessage&, zal::ZmqByteStreamInSocket*) {}
 
@@ -58,6 +61,7 @@ void Player::playDue() {
 }
 
 void Player::finish() {
+    StreamProcessor::stop(QString());
     playing = false;
     hasPending = false;
     done = true;
@@ -69,7 +73,10 @@ bool Player::start(const QString& streamName) {
     if (file.isEmpty() || !recording.open(file)) {
         return false;
     }
-    StreamProcessor::start(streamName);
+    if (!StreamProcessor::start(streamName)) {
+        recording.close();
+        return false;
+    }
     playing = true;
     done = false;
     hasPending = false;
@@ -80,7 +87,9 @@ bool Player::start(const QString& streamName) {
 }
 
 bool Player::stop(const QString& streamName) {
-    StreamProcessor::stop(streamName);
+    if (!StreamProcessor::stop(streamName)) {
+        return false;
+    }
     playing = false;
     hasPending = false;
     recording.close();

@@ -4,11 +4,11 @@
 #include "support/frontendclient.h"
 #include "zal/msg/configtool.h"
 #include "zal/processors/datastreaminitializer.h"
-#include "zal/transport/endpoints.h"
-#include "zal/services/nameservice.h"
 #include "zal/processors/processorerror.h"
+#include "zal/services/nameservice.h"
 #include "zal/services/router.h"
 #include "zal/threads/zmqcontrollablethread.h"
+#include "zal/transport/endpoints.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;
@@ -108,7 +108,9 @@ TEST_F(NameServiceTest, PublishingAStreamBindsResolvesWildcardsAndRegisters) {
         DataStreamInitializer(owner, processor, client).initialize(second, again);
         FAIL() << "a duplicate stream was registered";
     } catch (const ProcessorError& e) {
-        EXPECT_STREQ(e.what(), "inproc://zal/g/producer: Stream 'out'could not be registered at nameservice");
+        EXPECT_STREQ(e.what(),
+                     "inproc://zal/g/producer: Stream 'out'could not be registered at nameservice "
+                     "(Error: 'out' already exists)");
     }
     EXPECT_EQ(client.getLastMessageText(), "Error: 'out' already exists");
 }

@@ -6,10 +6,10 @@
 
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
+#include "zal/host/environment.h"
 #include "zal/msg/configtool.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/endpoints.h"
-#include "zal/host/environment.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;
@@ -122,7 +122,8 @@ TEST_F(System, ProcessorsAreCreatedByTypeAndRefusedWithReasons) {
         error(group, ControlMessageHelper::makeCreateProcessorMessage("streamplugin.Sink", "dup", sameName)),
         "Processor of type 'streamplugin.Sink' could not be created: 'Thread failed: "
         "ControllableThread::run() "
-        "failed: inproc://zal/g/dup: Stream 'out'could not be registered at nameservice'.");
+        "failed: inproc://zal/g/dup: Stream 'out'could not be registered at nameservice (Error: 'out' "
+        "already exists)'.");
 
     EXPECT_EQ(ask(group, ControlMessageHelper::makeQueryProcessorsMessage()).GetParameter(), "bridge,src");
     expectSuccess(group, ControlMessageHelper::makeDeleteProcessorMessage("bridge"));

@@ -110,7 +110,7 @@ TEST_F(Zalctl, ConnectsByStreamNameOrAddressAndDataFlows) {
     EXPECT_EQ(ok("connect g other --stream-name data --address " + address), "Success\n");
     EXPECT_EQ(ok("sources g other"), "Success\n" + address + "  filters: (all)\n");
     EXPECT_EQ(refused("connect g sink nothing"),
-              "Cannot resolve stream 'nothing': Error: Error: 'nothing' does not exist\n");
+              "Cannot resolve stream 'nothing': Error: 'nothing' does not exist\n");
 
     // A subscription reaches the publisher asynchronously: publish until the first message arrives.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -145,7 +145,7 @@ TEST_F(Zalctl, RegistersResolvesAndDeregistersStreams) {
     EXPECT_EQ(ok("resolve g s"), "Success\nprocessor: p\naddress: inproc://a\naddress: tcp://127.0.0.1:9\n");
     EXPECT_EQ(refused("register g s p inproc://b").left(6), "Error:");
     EXPECT_EQ(ok("deregister g s"), "Success\n");
-    EXPECT_EQ(refused("resolve g s"), "Error: Error: 's' does not exist\n");
+    EXPECT_EQ(refused("resolve g s"), "Error: 's' does not exist\n");
     EXPECT_EQ(refused("deregister g s").left(6), "Error:");
 }
 

@@ -49,9 +49,12 @@ void appendValue(QStringList& lines, const Message& reply, Presentation presenta
             break;
         case Presentation::DataStreams:
             for (const zalmsg::DataStream& stream : reply.GetDataStream()) {
-                lines << stream.GetName() + QStringLiteral("  ") + joined(stream.GetAddress()) +
-                             (stream.GetRunning() ? QStringLiteral("  running")
-                                                  : QStringLiteral("  stopped"));
+                // A processor that does not say whether its stream runs gets no state shown.
+                QString state;
+                if (stream.IsRunningSet()) {
+                    state = stream.GetRunning() ? QStringLiteral("  running") : QStringLiteral("  stopped");
+                }
+                lines << stream.GetName() + QStringLiteral("  ") + joined(stream.GetAddress()) + state;
             }
             break;
         case Presentation::ResolvedName:
@@ -67,9 +70,15 @@ void appendValue(QStringList& lines, const Message& reply, Presentation presenta
 
 QString ReplyFormatter::format(const Message& reply, Presentation presentation) {
     QStringList lines;
-    lines << (reply.IsMessageTextSet() && !reply.GetMessageText().isEmpty()
-                  ? resultName(reply) + QStringLiteral(": ") + reply.GetMessageText()
-                  : resultName(reply));
+    // Some designed texts carry the result already ("Error: 's' does not exist"); it is not doubled.
+    const QString result = resultName(reply);
+    const QString text = reply.IsMessageTextSet() ? reply.GetMessageText() : QString();
+    if (text.isEmpty()) {
+        lines << result;
+    } else {
+        lines << (text.startsWith(result + QStringLiteral(": ")) ? text
+                                                                 : result + QStringLiteral(": ") + text);
+    }
     if (reply.GetResultType() == Message::ResultType::Success ||
         reply.GetResultType() == Message::ResultType::Warning) {
         appendValue(lines, reply, presentation);

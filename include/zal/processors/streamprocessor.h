@@ -5,8 +5,8 @@
 #include <string>
 #include <zmq.hpp>
 
-#include "zal/transport/inputclient.h"
 #include "zal/processors/processorbase.h"
+#include "zal/transport/inputclient.h"
 #include "zal/transport/zmqbytestreamsockettemplate.h"
 
 namespace zal {
@@ -38,6 +38,9 @@ protected:
     // an empty list subscribes to everything. Subscriptions are never removed.
     bool connect(const QString& streamName, const QString& streamAddress,
                  const QVector<QString>& messageFilter) override;
+    // Start and stop set `active` and the stream's Running state that QueryStreams reports. They
+    // take the processor's own stream name, the name of a stream it was connected to, or an empty
+    // one, and refuse any other name.
     bool start(const QString& streamName) override;
     bool stop(const QString& streamName) override;
     bool setParameter(const QString& name, const QString& value) override;
@@ -56,6 +59,11 @@ protected:
 
 private:
     void freeStreamSockets();
+    bool setRunning(const QString& streamName, bool running);
+
+    bool streamRegistered = false;
+    // Names given by Connect requests; sources themselves are keyed by address.
+    QStringList connectedStreams;
 
     // Between the input client and handleMessage(): keeps a failing handler from ending the thread.
     std::unique_ptr<MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>> dataHandler;
