@@ -3,11 +3,11 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include "zal/transport/constants.h"
-#include "zal/transport/curvekeys.h"
 #include "zal/host/environment.h"
 #include "zal/platform/errorhandler.h"
 #include "zal/platform/icfg.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/curvekeys.h"
 
 namespace zal {
 
@@ -71,13 +71,14 @@ bool EnvironmentDll::Execute(int, char**) {
         RouterOptions routerOptions;
         routerOptions.dropMalformed = cfg->readBool(QStringLiteral("RouterDropMalformed"), false);
         readCurve(*cfg, routerOptions);
-        // The old environment holds the endpoints the new one binds: it goes first, completely.
+        // The old environment holds the in-process endpoints the new one binds, so building the new
+        // one first and then replacing the old could never succeed: the old goes first, completely.
         environment.reset();
         environment = std::make_unique<Environment>(address, routerOptions);
         return true;
     } catch (const std::exception& e) {
         if (ErrorHandler::isTracing()) {
-            _Q_Trace(QStringLiteral("Caught unknown exception in EnvironmentDll::Execute: %1").arg(e.what()),
+            _Q_Trace(QStringLiteral("Caught unknown exception in EnvironmentDll::Execute\n%1").arg(e.what()),
                      "environmentdll", __LINE__);
         }
     } catch (...) {

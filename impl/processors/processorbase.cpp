@@ -86,6 +86,11 @@ void ProcessorBase::freeSockets() {
     messageHandler.reset();
 }
 
+bool ProcessorBase::refuse(const QString& reason) {
+    refusal = reason;
+    return false;
+}
+
 void ProcessorBase::enableIdleProcessing(int milliseconds) {
     reader.setTimeout(milliseconds);
 }

@@ -26,6 +26,9 @@ void Counter::rollWindow(Clock::time_point now) {
 }
 
 bool Counter::setParameter(const QString& name, const QString&) {
+    if (name == "messages" || name == "bytes" || name == "rate") {
+        return refuse(QStringLiteral("read-only"));
+    }
     if (name != "reset") {
         return false;
     }
@@ -45,6 +48,8 @@ bool Counter::getParameter(const QString& name, QString& value) {
     } else if (name == "rate") {
         rollWindow(Clock::now());
         value = QString::number(rate, 'f', 1);
+    } else if (name == "reset") {
+        return refuse(QStringLiteral("write-only: setting it, to any value, zeroes the counts"));
     } else {
         return false;
     }

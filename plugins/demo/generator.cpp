@@ -108,7 +108,9 @@ bool Generator::setParameter(const QString& name, const QString& value) {
     if (name == "size") {
         const int newSize = value.toInt(&ok);
         if (!ok || newSize < 0 || newSize > maxSize) {
-            return false;
+            return refuse(QStringLiteral("expects a payload size in bytes from 0 to %1; got '%2'")
+                              .arg(maxSize)
+                              .arg(value));
         }
         size = newSize;
         return true;
@@ -116,13 +118,16 @@ bool Generator::setParameter(const QString& name, const QString& value) {
     if (name == "rate") {
         const double newRate = value.toDouble(&ok);
         if (!ok || !std::isfinite(newRate) || newRate < 0 || newRate > maxRate) {
-            return false;
+            return refuse(
+                QStringLiteral("expects messages a second from 0 (as fast as it can) to %1; got '%2'")
+                    .arg(qint64(maxRate))
+                    .arg(value));
         }
         rate = newRate;
         restartSchedule();
         return true;
     }
-    return false;
+    return name == "sent" ? refuse(QStringLiteral("read-only")) : false;
 }
 
 bool Generator::getParameter(const QString& name, QString& value) {

@@ -61,6 +61,8 @@ void Player::playDue() {
 }
 
 void Player::finish() {
+    // A recorder killed mid-write leaves its last record cut short: everything before it plays.
+    skipped = recording.damaged() ? 1 : 0;
     StreamProcessor::stop(QString());
     playing = false;
     hasPending = false;
@@ -79,6 +81,7 @@ bool Player::start(const QString& streamName) {
     }
     playing = true;
     done = false;
+    skipped = 0;
     hasPending = false;
     played = 0;
     clock.start();
@@ -98,13 +101,16 @@ bool Player::stop(const QString& streamName) {
 }
 
 bool Player::setParameter(const QString& name, const QString& value) {
-    if (playing) {
-        return false;
+    if (name == "played" || name == "done" || name == "skipped") {
+        return refuse(QStringLiteral("read-only"));
+    }
+    if (playing && (name == "file" || name == "speed")) {
+        return refuse(QStringLiteral("cannot change during a play; stop it first"));
     }
     if (name == "file") {
         RecordingReader probe;
         if (!probe.open(value)) {
-            return false;
+            return refuse(QStringLiteral("'%1' cannot be read as a recording").arg(value));
         }
         file = QFileInfo(value).absoluteFilePath();
         done = false;
@@ -112,7 +118,7 @@ bool Player::setParameter(const QString& name, const QString& value) {
     }
     if (name == "speed") {
         if (value != "recorded" && value != "full") {
-            return false;
+            return refuse(QStringLiteral("expects 'recorded' or 'full'; got '%1'").arg(value));
         }
         fullSpeed = value == "full";
         return true;
@@ -129,6 +135,8 @@ bool Player::getParameter(const QString& name, QString& value) {
         value = QString::number(played);
     } else if (name == "done") {
         value = done ? "true" : "false";
+    } else if (name == "skipped") {
+        value = QString::number(skipped);
     } else {
         return false;
     }
@@ -136,7 +144,7 @@ bool Player::getParameter(const QString& name, QString& value) {
 }
 
 bool Player::getParameterList(QStringList& names) {
-    names = {"done", "file", "played", "speed"};
+    names = {"done", "file", "played", "skipped", "speed"};
     return true;
 }
 

@@ -36,11 +36,18 @@ void Recorder::handleMessage(zal::ByteStreamMessage& message, zal::ZmqByteStream
     if (!writer->write(message.topic, message.data)) {
         ++failed;
     }
+    // Under steady traffic the quiet-time flush never comes; a host killed then keeps at least
+    // what was written up to a fraction of a second before.
+    if ((writer->written() & 0xff) == 0 && sinceFlush.hasExpired(flushMilliseconds)) {
+        writer->flush();
+        sinceFlush.start();
+    }
 }
 
 void Recorder::doIdleProcessing() {
     if (writer) {
         writer->flush();
+        sinceFlush.start();
     }
 }
 
@@ -57,25 +64,42 @@ bool Recorder::openNext(const QString& requestedName) {
         return false;
     }
     writer = std::move(next);
+    sinceFlush.start();
     openRefused = false;
     return true;
 }
 
 bool Recorder::startNewRecording(QString& parameter) {
+    // A name is one file name inside the directory: a client may choose what the file is called,
+    // never where on the host's disk it goes.
+    if (parameter.contains(QLatin1Char('/')) || parameter == QLatin1String("..") ||
+        parameter == QLatin1String(".")) {
+        return refuse(QStringLiteral("a recording name is a file name inside the directory '%1', without "
+                                     "'/'; got '%2'")
+                          .arg(directory, parameter));
+    }
+    const QString path = QDir(directory).absoluteFilePath(parameter);
+    if (!parameter.isEmpty() && QFileInfo::exists(path)) {
+        return refuse(QStringLiteral("'%1' exists; recordings are never overwritten").arg(path));
+    }
     if (!openNext(parameter)) {
-        return false;
+        return refuse(QStringLiteral("'%1' cannot be created in '%2'").arg(parameter, directory));
     }
     parameter = writer->fileName();
     return true;
 }
 
 bool Recorder::setParameter(const QString& name, const QString& value) {
+    if (name == "file" || name == "recorded" || name == "failed") {
+        return refuse(QStringLiteral("read-only"));
+    }
     if (name != "directory") {
         return false;
     }
     const QFileInfo info(value);
     if (value.isEmpty() || !info.isDir() || !info.isWritable()) {
-        return false;
+        return refuse(
+            QStringLiteral("expects an existing directory this host may write to; got '%1'").arg(value));
     }
     directory = info.absoluteFilePath();
     openRefused = false;

@@ -1,6 +1,7 @@
 // A processor that writes every message of the streams it is connected to into recording files.
 #pragma once
 
+#include <QElapsedTimer>
 #include <memory>
 
 #include "recordingwriter.h"
@@ -13,8 +14,10 @@ namespace demo {
 // working directory), "file" (read only: the current file's path, empty before the first),
 // "recorded" (read only: messages in the current file), "failed" (read only: messages that could
 // not be written). The first file is opened by the first message or by StartNewRecording, whose
-// parameter may name the file (relative to "directory"); empty, the name is made up. Files are
-// never overwritten. Records nothing while stopped.
+// parameter may name the file: a plain file name inside "directory" (no '/', no ".."); empty, the
+// name is made up. Files are never overwritten. Records nothing while stopped. Written records
+// reach the disk within a fraction of a second, so a recorder killed mid-write leaves a file that
+// reads up to its last whole record.
 class Recorder : public zal::StreamProcessor {
 public:
     explicit Recorder(const zal::ProcessorInfo& info);
@@ -39,6 +42,7 @@ private:
     QString directory;
     std::unique_ptr<RecordingWriter> writer;
     int fileNumber = 0;
+    QElapsedTimer sinceFlush;
     qint64 failed = 0;
     // After the first file could not be opened, messages are counted as failed instead of retrying
     // on each one, until the directory changes or a new recording is asked for.

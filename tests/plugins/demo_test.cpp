@@ -163,7 +163,7 @@ TEST_F(Demo, ParametersAreListedReadAndRefusedWithFailureTexts) {
     EXPECT_EQ(list("gen"), "rate,sent,size,topic");
     EXPECT_EQ(list("count"), "bytes,messages,rate,reset");
     EXPECT_EQ(list("rec"), "directory,failed,file,recorded");
-    EXPECT_EQ(list("play"), "done,file,played,speed");
+    EXPECT_EQ(list("play"), "done,file,played,skipped,speed");
 
     for (const std::string processor : {"gen", "count", "rec", "play"}) {
         EXPECT_EQ(error(at(processor), ControlMessageHelper::makeGetParameterMessage("x")),

@@ -63,6 +63,16 @@ TEST_F(NameServiceTest, AnswersOutsideClientsThroughTheRouter) {
     EXPECT_EQ(reply.GetProcessorName(), "p");
     EXPECT_EQ(reply.GetStreamAddresses(), QVector<QString>{"inproc://s"});
 
+    // A registration without a processor name resolves with the name as stored: set, and empty.
+    Message anonymous;
+    anonymous.SetMessageType(Message::MessageType::RegisterStream);
+    anonymous.SetStreamName("anonymous");
+    ASSERT_EQ(outside.request(identity, anonymous).GetResultType(), Message::ResultType::Success);
+    reply = outside.request(identity, ControlMessageHelper::makeResolveStreamMessage("anonymous"));
+    EXPECT_EQ(reply.GetResultType(), Message::ResultType::Success) << reply.GetMessageText().toStdString();
+    EXPECT_TRUE(reply.IsProcessorNameSet());
+    EXPECT_EQ(reply.GetProcessorName(), "");
+
     reply = outside.request(identity, ControlMessageHelper::makeCreateProcessorGroupMessage("x"));
     EXPECT_EQ(reply.GetResultType(), Message::ResultType::Error);
     EXPECT_EQ(reply.GetMessageText(), "Unknown message type");

@@ -8,11 +8,11 @@
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "support/tracecapture.h"
-#include "zal/platform/applicationdirectory.h"
-#include "zal/transport/constants.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
+#include "zal/platform/applicationdirectory.h"
 #include "zal/platform/idllinstance.h"
+#include "zal/transport/constants.h"
 
 using namespace zal;
 
@@ -112,8 +112,13 @@ TEST_F(EntryPoints, AFailedStartIsReportedAndLeavesNothingRunning) {
     ASSERT_FALSE(trace.lines().isEmpty());
     EXPECT_TRUE(trace.lines().front().startsWith("zmqhelper:40 bindSocket() for "))
         << trace.lines().front().toStdString();
-    EXPECT_TRUE(trace.lines().last().startsWith("environmentdll:")) << trace.lines().last().toStdString();
-    EXPECT_TRUE(trace.lines().last().contains("Caught unknown exception in EnvironmentDll::Execute"));
+    // The designed text stands alone on its line; the exception's own text follows on the next.
+    const QStringList last = trace.lines().last().split('\n');
+    ASSERT_EQ(last.size(), 2) << trace.lines().last().toStdString();
+    EXPECT_TRUE(last[0].startsWith("environmentdll:")) << last[0].toStdString();
+    EXPECT_TRUE(last[0].endsWith(" Caught unknown exception in EnvironmentDll::Execute"))
+        << last[0].toStdString();
+    EXPECT_TRUE(last[1].startsWith("Thread failed: ")) << last[1].toStdString();
     library.destroy(instance);
     expectServing(occupying.getRouterFrontendAddress());
 }

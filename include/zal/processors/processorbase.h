@@ -5,15 +5,16 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <zmq.hpp>
 
-#include "zal/transport/inputclient.h"
 #include "zal/msg/processor.h"
-#include "zal/services/nameserviceclient.h"
 #include "zal/processors/processorcontrolinterface.h"
 #include "zal/processors/processorcontrolmessagehandler.h"
-#include "zal/transport/zmqbytestreamsockettemplate.h"
+#include "zal/services/nameserviceclient.h"
 #include "zal/threads/zmqcontrollable.h"
+#include "zal/transport/inputclient.h"
+#include "zal/transport/zmqbytestreamsockettemplate.h"
 
 namespace zal {
 
@@ -37,6 +38,10 @@ public:
     // Safe to call twice. Subclasses free their own sockets first and call this last.
     void release() override;
 
+    // The reason a control operation gave for refusing the request being handled, cleared by the
+    // reading; empty when it gave none.
+    QString takeRefusal() { return std::exchange(refusal, QString()); }
+
     std::string getName() const { return name; }
     std::string getGroup() const { return group; }
     std::string getEndpointString() const;
@@ -48,6 +53,10 @@ protected:
     virtual void doIdleProcessing() {}
     void enableIdleProcessing(int milliseconds);
     void disableIdleProcessing();
+    // Ends a refused control operation with what was wrong and what is accepted:
+    // `return refuse(QStringLiteral("read-only"));`. The reply keeps the designed failure text
+    // ("Cannot set parameter: sent") and adds the reason in brackets.
+    bool refuse(const QString& reason);
     // Subscribes the broadcast line to a topic (its bytes, without a terminating zero).
     void subscribeParameter(const std::string& topic);
 
@@ -76,6 +85,7 @@ protected:
 private:
     void freeSockets();
 
+    QString refusal;
     std::unique_ptr<NameServiceClient> nameServiceClient;
     std::unique_ptr<ProcessorControlMessageHandler<ZmqControlSocket>> messageHandler;
     std::unique_ptr<zmq::socket_t> controlSocket;

@@ -35,9 +35,12 @@ protected:
                     break;
                 case Type::ResolveStream: {
                     const StreamEntry entry = store.lookup(name);
-                    if (!entry.processorName.isNull()) {
-                        message.SetProcessorName(entry.processorName);
-                    }
+                    // A registration without a processor name resolves to a null one, set as it
+                    // was stored; the setter's null check would otherwise refuse what was accepted.
+                    const bool validate = message.GetValidate();
+                    message.SetValidate(false);
+                    message.SetProcessorName(entry.processorName);
+                    message.SetValidate(validate);
                     message.SetStreamAddresses(ControlMessageHelper::toQStringVector(entry.addresses));
                     ConfigTool::setResultSuccess(message);
                     break;
