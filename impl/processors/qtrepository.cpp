@@ -37,4 +37,9 @@ void QtRepository::removeQObject(const QString& name) {
     repositoryEntries().remove(name);
 }
 
+void QtRepository::visitQObject(const QString& name, const std::function<void(QObject*)>& use) {
+    std::lock_guard<std::mutex> lock(repositoryMutex());
+    use(repositoryEntries().value(name).data());
+}
+
 }  // namespace zal

@@ -8,13 +8,17 @@ BridgeTap::BridgeTap(const QString& name, QTextStream& out, int linesPerSecond, 
     second.start();
 }
 
+// The bridge lives in its processor's thread, which may end it at any moment; inside the visit it
+// cannot, since it leaves the repository before it is destroyed.
 bool BridgeTap::attach(const QString& endpoint) {
-    QObject* object = zal::QtRepository::getQObject(endpoint);
-    auto* bridge = qobject_cast<zal::QtBridge*>(object);
-    if (bridge == nullptr) {
-        return false;
-    }
-    return connect(bridge, &zal::QtBridge::si_message, this, &BridgeTap::onMessage, Qt::QueuedConnection);
+    bool attached = false;
+    zal::QtRepository::visitQObject(endpoint, [&](QObject* object) {
+        if (auto* bridge = qobject_cast<zal::QtBridge*>(object)) {
+            attached = static_cast<bool>(connect(bridge, &zal::QtBridge::si_message, this,
+                                                 &BridgeTap::onMessage, Qt::QueuedConnection));
+        }
+    });
+    return attached;
 }
 
 void BridgeTap::onMessage(QByteArray type, QByteArray data) {

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <functional>
 
 namespace zal {
 
@@ -17,6 +18,11 @@ public:
     static void setQObject(const QString& name, QPointer<QObject> object);
     // An unknown name is no error.
     static void removeQObject(const QString& name);
+    // Runs `use` with the object registered under `name`, or null, while no entry can change. An
+    // owner that removes its object before destroying it (a Qt bridge does, in release) therefore
+    // cannot destroy it before `use` returns, which a guarded pointer alone does not promise: it
+    // may read non-null just before the object goes. `use` must not call the repository.
+    static void visitQObject(const QString& name, const std::function<void(QObject*)>& use);
 
     QtRepository() = delete;
 };
