@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <stdexcept>
 
 #include "zal/host/environment.h"
 #include "zal/platform/errorhandler.h"
@@ -50,6 +51,19 @@ void readCurve(const ICfg& cfg, RouterOptions& options) {
     options.curveAuthorizedKeys = CurveKeys::readKeyFile(authorizedFile);
 }
 
+std::int64_t readMaxMessageSize(const ICfg& cfg) {
+    const QString text = cfg.readString(QStringLiteral("RouterMaxMessageSize"),
+                                        QString::number(RouterOptions::defaultMaxMessageSize))
+                             .trimmed();
+    bool ok = false;
+    const qint64 bytes = text.toLongLong(&ok);
+    if (!ok) {
+        throw std::invalid_argument("RouterMaxMessageSize is not a whole number of bytes: '" +
+                                    text.toStdString() + "'");
+    }
+    return bytes;
+}
+
 }  // namespace
 
 EnvironmentDll::EnvironmentDll(const QString& name) : name(name) {}
@@ -70,6 +84,7 @@ bool EnvironmentDll::Execute(int, char**) {
                                         .toStdString();
         RouterOptions routerOptions;
         routerOptions.dropMalformed = cfg->readBool(QStringLiteral("RouterDropMalformed"), false);
+        routerOptions.maxMessageSize = readMaxMessageSize(*cfg);
         readCurve(*cfg, routerOptions);
         // The old environment holds the in-process endpoints the new one binds, so building the new
         // one first and then replacing the old could never succeed: the old goes first, completely.

@@ -1,10 +1,10 @@
 #include "zal/services/router.h"
 
+#include "zal/platform/errorhandler.h"
+#include "zal/services/zaphandler.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/context.h"
 #include "zal/transport/endpoints.h"
-#include "zal/platform/errorhandler.h"
-#include "zal/services/zaphandler.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zal {
@@ -50,6 +50,7 @@ bool Router::initialize() {
     // router, and with it every other client and service. A reply that no longer fits is
     // dropped like one for a client that has gone.
     externalSocket->set(zmq::sockopt::sndtimeo, 0);
+    externalSocket->set(zmq::sockopt::maxmsgsize, options.maxMessageSize > 0 ? options.maxMessageSize : -1);
     if (!options.curveSecretKey.empty()) {
         externalSocket->set(zmq::sockopt::curve_server, 1);
         externalSocket->set(zmq::sockopt::curve_secretkey, options.curveSecretKey);
