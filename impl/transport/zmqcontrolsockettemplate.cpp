@@ -7,7 +7,7 @@ namespace zal {
 
 template <class Traits>
 ZmqControlSocketTemplate<Traits>::ZmqControlSocketTemplate(typename Traits::socket_type& socket,
-                                                           int envelopeMode)
+                                                           EnvelopeMode envelopeMode)
     : ZmqSocketBase<Traits>(socket), envelopeMode(envelopeMode) {}
 
 template <class Traits>
@@ -22,7 +22,7 @@ void ZmqControlSocketTemplate<Traits>::receiveMessage(ControlMessage& message) {
 
 template <class Traits>
 ZmqPubControlSocketTemplate<Traits>::ZmqPubControlSocketTemplate(typename Traits::socket_type& socket,
-                                                                 int envelopeMode)
+                                                                 EnvelopeMode envelopeMode)
     : ZmqSocketBase<Traits>(socket), envelopeMode(envelopeMode) {}
 
 template <class Traits>
@@ -37,7 +37,7 @@ void ZmqPubControlSocketTemplate<Traits>::receiveMessage(ControlMessage&) {
 
 template <class Traits>
 ZmqSubControlSocketTemplate<Traits>::ZmqSubControlSocketTemplate(typename Traits::socket_type& socket,
-                                                                 int envelopeMode)
+                                                                 EnvelopeMode envelopeMode)
     : ZmqSocketBase<Traits>(socket), envelopeMode(envelopeMode) {}
 
 template <class Traits>

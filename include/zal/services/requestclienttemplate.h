@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "zal/transport/constants.h"
-#include "zal/transport/context.h"
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/msg/messagetextprovider.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
 #include "zal/transport/socketreader.h"
 #include "zal/transport/zmqcontrolsockettemplate.h"
 
@@ -24,10 +24,12 @@ public:
     // Called on every socket the client opens, before it connects (for security options).
     using Prepare = std::function<void(Socket&)>;
 
-    // withAddress: the envelope's address travels as a frame of its own (mode 3: for a ROUTER
-    // peer that reads it as the destination); otherwise the payload travels alone (mode 4).
+    // withAddress: the envelope's address travels as a frame of its own (Addressed: for a ROUTER
+    // peer that reads it as the destination); otherwise the payload travels alone (DataOnly).
     RequestClientTemplate(const std::string& endpoint, bool withAddress, int timeoutMs, Prepare prepare = {})
-        : endpoint(endpoint), envelopeMode(withAddress ? 3 : 4), prepare(std::move(prepare)) {
+        : endpoint(endpoint),
+          envelopeMode(withAddress ? EnvelopeMode::Addressed : EnvelopeMode::DataOnly),
+          prepare(std::move(prepare)) {
         open();
         reader->setTimeout(timeoutMs);
     }
@@ -111,7 +113,7 @@ private:
     }
 
     std::string endpoint;
-    int envelopeMode;
+    EnvelopeMode envelopeMode;
     Prepare prepare;
     std::unique_ptr<Socket> socket;
     std::shared_ptr<ControlSocket> controlSocket;
