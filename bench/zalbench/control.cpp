@@ -56,9 +56,10 @@ long long openFiles() {
     return std::distance(begin(entries), end(entries));
 }
 
-// Creates demo.Counter processors until one is refused or `cap` exist; returns the refusal's
-// text (empty when none came) and the time each accepted create took.
-QString createUntilRefused(Client& client, Group& group, int cap, std::vector<double>& starts) {
+// Creates demo.Counter processors until one is refused (true, with the reply's text in
+// `refusal`) or `cap` exist (false), noting the time each accepted create took.
+bool createUntilRefused(Client& client, Group& group, int cap, std::vector<double>& starts,
+                        QString& refusal) {
     while (int(starts.size()) < cap) {
         const std::string name = "p" + std::to_string(starts.size());
         const auto start = Clock::now();
@@ -68,11 +69,12 @@ QString createUntilRefused(Client& client, Group& group, int cap, std::vector<do
                                "demo.Counter", name,
                                ControlMessageHelper::makeProcessorConfig(name, group.streamAddress(name))));
         if (reply.GetResultType() != Message::ResultType::Success) {
-            return reply.GetMessageText();
+            refusal = reply.GetMessageText();
+            return true;
         }
         starts.push_back(microsecondsSince(start));
     }
-    return QString();
+    return false;
 }
 
 struct ScaleFigures {
@@ -83,11 +85,10 @@ struct ScaleFigures {
     double deleteSeconds;
 };
 
-void reportScale(std::vector<double>& starts, const QString& refusal, const ScaleFigures& f) {
+void reportScale(std::vector<double>& starts, bool refused, const QString& refusal, const ScaleFigures& f) {
     std::sort(starts.begin(), starts.end());
-    std::printf(
-        "# scale: create number %zu %s\n", starts.size() + 1,
-        refusal.isEmpty() ? "was not refused within the cap" : ("refused: " + refusal).toUtf8().constData());
+    std::printf("# scale: create number %zu %s\n", starts.size() + 1,
+                refused ? ("refused: " + refusal).toUtf8().constData() : "was not refused within the cap");
     const struct {
         const char* name;
         double value;
@@ -177,7 +178,8 @@ void scale(int cap) {
     const long long filesBefore = openFiles(), rssBefore = procStatusKiB("VmRSS:");
     std::vector<double> starts;
     const auto begin = Clock::now();
-    const QString refusal = createUntilRefused(client, *group, cap, starts);
+    QString refusal;
+    const bool refused = createUntilRefused(client, *group, cap, starts, refusal);
     ScaleFigures figures{};
     figures.allSeconds = secondsSince(begin);
     figures.count = double(starts.size());
@@ -188,8 +190,8 @@ void scale(int cap) {
     const auto deleting = Clock::now();
     group.reset();
     figures.deleteSeconds = secondsSince(deleting);
-    reportScale(starts, refusal, figures);
-    if (refusal.isEmpty()) {
+    reportScale(starts, refused, refusal, figures);
+    if (!refused) {
         throw std::runtime_error("no create was refused within " + std::to_string(cap) + " processors");
     }
 }

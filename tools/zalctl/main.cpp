@@ -279,14 +279,14 @@ int main(int argc, char** argv) {
         }
     }
     const zaltools::CommandResult result = runner.execute(arguments.mid(i));
-    switch (result.status) {
-        case ExitStatus::Usage:
+    switch (result.outcome) {
+        case zaltools::Outcome::BadUsage:
             return usage(result.text);
-        case ExitStatus::Timeout:
+        case zaltools::Outcome::NoReply:
             print(stderr, QStringLiteral("zalctl: %1").arg(result.text));
             break;
         default:
             print(stdout, result.text);
     }
-    return static_cast<int>(result.status);
+    return static_cast<int>(result.status());
 }

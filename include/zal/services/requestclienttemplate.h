@@ -15,6 +15,13 @@
 
 namespace zal {
 
+// What became of one request.
+enum class ReplyStatus {
+    Received,    // a control message came back, whatever its result
+    TimedOut,    // nothing came back within the time-out
+    Unreadable,  // something came back that is not a control message
+};
+
 // Belongs to one thread. A REQ socket alternates strictly between send and receive, so every
 // time-out throws the socket away and the next request starts on a fresh connection; a late
 // reply to the timed-out request is lost with the old socket.
@@ -44,10 +51,18 @@ public:
     }
     bool request(const QByteArray& destination, const zalmsg::ControlMessage& message,
                  zalmsg::ControlMessage& reply) {
+        return exchange(destination, message, reply) == ReplyStatus::Received &&
+               reply.GetResultType() == zalmsg::ControlMessage::ResultType::Success;
+    }
+
+    // Sends, waits and parses the reply. Received: `reply` holds it and the last message text is
+    // its text; otherwise the last message text gives the reason.
+    ReplyStatus exchange(const QByteArray& destination, const zalmsg::ControlMessage& message,
+                         zalmsg::ControlMessage& reply) {
         send(destination, message);
         if (!waitForReply()) {
             reset();
-            return false;
+            return ReplyStatus::TimedOut;
         }
         ControlMessage envelope;
         controlSocket->receiveMessage(envelope);
@@ -55,9 +70,10 @@ public:
             reply = ControlMessageHelper::fromPayload(envelope.data);
         } catch (const std::exception& e) {
             setLastMessageText(std::string("Invalid reply: ") + e.what());
-            return false;
+            return ReplyStatus::Unreadable;
         }
-        return checkMessageResult(reply);
+        checkMessageResult(reply);
+        return ReplyStatus::Received;
     }
 
     // Sends without waiting; the caller must receive (or reset) before the next send.
