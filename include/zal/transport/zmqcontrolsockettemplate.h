@@ -10,16 +10,21 @@
 
 namespace zal {
 
+// The ways a control socket carries envelopes; the other way throws SocketError.
+enum class ControlDirection { Both, SendOnly, ReceiveOnly };
+
 // Frames each envelope as its EnvelopeMode says. A receive reads the frames of the mode and leaves
 // any surplus frames for the next receive.
-template <class Traits>
+template <class Traits, ControlDirection direction = ControlDirection::Both>
 class ZmqControlSocketTemplate : public SendSocket<ControlMessage>,
                                  public ReceiveSocket<ControlMessage>,
                                  public ZmqSocketBase<Traits> {
 public:
     explicit ZmqControlSocketTemplate(typename Traits::socket_type& socket,
                                       EnvelopeMode envelopeMode = EnvelopeMode::Dealer);
+    // Throws SocketError "sendMessage() not supported for this socket type" when ReceiveOnly.
     void sendMessage(const ControlMessage& message) override;
+    // Throws SocketError "receiveMessage() not supported for this socket type" when SendOnly.
     void receiveMessage(ControlMessage& message) override;
     EnvelopeMode getEnvelopeMode() const { return envelopeMode; }
 
@@ -29,38 +34,16 @@ private:
 
 // The publishing end of a control line: receiving throws SocketError.
 template <class Traits>
-class ZmqPubControlSocketTemplate : public SendSocket<ControlMessage>,
-                                    public ReceiveSocket<ControlMessage>,
-                                    public ZmqSocketBase<Traits> {
-public:
-    explicit ZmqPubControlSocketTemplate(typename Traits::socket_type& socket,
-                                         EnvelopeMode envelopeMode = EnvelopeMode::Dealer);
-    void sendMessage(const ControlMessage& message) override;
-    void receiveMessage(ControlMessage& message) override;
-
-private:
-    EnvelopeMode envelopeMode;
-};
+using ZmqPubControlSocketTemplate = ZmqControlSocketTemplate<Traits, ControlDirection::SendOnly>;
 
 // The subscribing end of a control line: sending throws SocketError, since a subscription
 // cannot be answered on the socket it arrives on.
 template <class Traits>
-class ZmqSubControlSocketTemplate : public SendSocket<ControlMessage>,
-                                    public ReceiveSocket<ControlMessage>,
-                                    public ZmqSocketBase<Traits> {
-public:
-    explicit ZmqSubControlSocketTemplate(typename Traits::socket_type& socket,
-                                         EnvelopeMode envelopeMode = EnvelopeMode::Dealer);
-    void sendMessage(const ControlMessage& message) override;
-    void receiveMessage(ControlMessage& message) override;
+using ZmqSubControlSocketTemplate = ZmqControlSocketTemplate<Traits, ControlDirection::ReceiveOnly>;
 
-private:
-    EnvelopeMode envelopeMode;
-};
-
-extern template class ZmqControlSocketTemplate<SocketTraits<zmq::socket_t>>;
-extern template class ZmqPubControlSocketTemplate<SocketTraits<zmq::socket_t>>;
-extern template class ZmqSubControlSocketTemplate<SocketTraits<zmq::socket_t>>;
+extern template class ZmqControlSocketTemplate<SocketTraits<zmq::socket_t>, ControlDirection::Both>;
+extern template class ZmqControlSocketTemplate<SocketTraits<zmq::socket_t>, ControlDirection::SendOnly>;
+extern template class ZmqControlSocketTemplate<SocketTraits<zmq::socket_t>, ControlDirection::ReceiveOnly>;
 
 using ZmqControlSocket = ZmqControlSocketTemplate<SocketTraits<zmq::socket_t>>;
 using ZmqPubControlSocket = ZmqPubControlSocketTemplate<SocketTraits<zmq::socket_t>>;
