@@ -34,17 +34,14 @@ bool NameService::initialize() {
 }
 
 void NameService::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
+    serveUntilStopped([this] {
         if (reader.getEvents(routerIndex) != 0) {
             routerClient->processInput();
         }
         if (reader.getEvents(dealerIndex) != 0) {
             dealerLine->processInput();
         }
-    }
+    });
 }
 
 // reset() clears each owner before its object goes, so a second release() finds nothing to free.

@@ -1,10 +1,10 @@
 #include "zal/services/router.h"
 
+#include "zal/platform/errorhandler.h"
+#include "zal/services/zaphandler.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/context.h"
 #include "zal/transport/endpoints.h"
-#include "zal/platform/errorhandler.h"
-#include "zal/services/zaphandler.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zal {
@@ -85,17 +85,14 @@ bool Router::initialize() {
 }
 
 void Router::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
+    serveUntilStopped([this] {
         if (reader.getEvents(internalIndex) != 0) {
             internalClient->processInput();
         }
         if (reader.getEvents(externalIndex) != 0) {
             externalClient->processInput();
         }
-    }
+    });
 }
 
 void Router::dropMalformed(const RouterMessage& partial) {

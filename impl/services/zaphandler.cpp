@@ -4,8 +4,8 @@
 #include <QString>
 #include <cstdint>
 
-#include "zal/transport/context.h"
 #include "zal/platform/errorhandler.h"
+#include "zal/transport/context.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zal {
@@ -58,14 +58,11 @@ bool ZapHandler::initialize() {
 }
 
 void ZapHandler::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
+    serveUntilStopped([this] {
         if (SocketReader::isReadable(reader.getEvents(socketIndex))) {
             answerRequest();
         }
-    }
+    });
 }
 
 // A request: version, request id, domain, address, identity, mechanism, credentials (for CURVE the
