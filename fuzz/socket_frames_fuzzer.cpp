@@ -114,7 +114,7 @@ void fuzzControl(int mode, const std::vector<QByteArray>& frames) {
     static const int framesRead[] = {3, 3, 2, 2, 1};
     const int n = static_cast<int>(frames.size());
     Sockets& s = sockets();
-    zal::ZmqControlSocket socket(s.pairIn, mode);
+    zal::ZmqControlSocket socket(s.pairIn, static_cast<zal::EnvelopeMode>(mode));
     sendFrames(s.pairOut, frames);
     zal::ControlMessage message{"stale", "stale"};
     const bool refused = receiveRefused(socket, message);

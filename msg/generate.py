@@ -255,30 +255,13 @@ def cstr(text):
     return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
 
 
-def source(schema, cls):
-    name, ns = cls["name"], schema["namespace"]
-    props = cls["properties"]
-    lines = [
-        f"// {name}: generated from msg/schema.json by msg/generate.py.",
-        f"#include <zal/msg/{name.lower()}.h>",
-        "",
-        "#include <algorithm>",
-        "",
-        f"namespace {ns} {{",
-        "",
-        "using namespace REPORTGENERATOR;",
-        "",
-        "namespace {",
-        "",
-    ]
-    for enum, members in cls.get("enums", {}).items():
-        lines.append(f"const QStringList k{enum}Names = {{")
-        lines += [f"    QStringLiteral({cstr(m)})," for m in members]
-        lines.append("};")
-    lines += ["", "}  // namespace", "", f"struct {name}::Data final : RGObjectData {{",
-              f"    Data() : RGObjectData({len(props)}) {{}}",
-              "    RGObjectData* Clone() const override { return new Data(*this); }",
-              "    void* Field(int index, FieldRole role) override;", ""]
+def data_block(cls):
+    """The private block: each property's value, default and (enums) invalid value, and Field."""
+    name, props = cls["name"], cls["properties"]
+    lines = [f"struct {name}::Data final : RGObjectData {{",
+             f"    Data() : RGObjectData({len(props)}) {{}}",
+             "    RGObjectData* Clone() const override { return new Data(*this); }",
+             "    void* Field(int index, FieldRole role) override;", ""]
     for prop in props:
         member, vt, it = "m_" + lower_first(prop["name"]), value_type(prop), item_type(prop)
         # Enums and booleans start at the schema's default, so that a new block needs no reset.
@@ -294,8 +277,14 @@ def source(schema, cls):
         extra = f", &{member}Invalid" if prop["kind"] == "Enum" else ""
         lines.append(f"        case {index}:")
         lines.append(f"            return PickField(role, &{member}, &{member}Default{extra});")
-    lines += ["    }", "    return nullptr;", "}", "", "namespace {", "", "const PropertyInfo kProperties[] = {"]
-    for prop in props:
+    lines += ["    }", "    return nullptr;", "}"]
+    return lines
+
+
+def property_table(cls):
+    """The PropertyInfo rows the base walks."""
+    lines = ["const PropertyInfo kProperties[] = {"]
+    for prop in cls["properties"]:
         kind = prop["kind"]
         element = prop["detail"] if kind in ("Object", "ObjectList") else prop["name"]
         names = f"&k{prop['detail']}Names" if kind == "Enum" else "nullptr"
@@ -308,11 +297,13 @@ def source(schema, cls):
             f"static_cast<qint32>(0x{prop['tag_value']:08X}u),",
             f"     {flags}, {prop['default_value']}, {names}, {member}, {ops}}},",
         ]
-    lines += [
-        "};",
-        "",
-        "}  // namespace",
-        "",
+    return lines + ["};"]
+
+
+def class_definitions(cls):
+    """The class information, the constructor and the enum functions."""
+    name, props = cls["name"], cls["properties"]
+    lines = [
         f"const ClassInfo {name}::classInfo = {{",
         f"    {cstr(name)}, Q_INT64_C({cls['id']}), kProperties, {len(props)}, "
         f"{cls['key_index']}, {cls['last_enum_index']},",
@@ -337,7 +328,31 @@ def source(schema, cls):
             f"QString {name}::{enum}ToName(qint32 value) {{ return EnumToName({table}, value); }}",
             f"qint32 {name}::NameTo{enum}(const QString& name) {{ return NameToEnum({table}, name); }}",
         ]
-    for index, prop in enumerate(props):
+    return lines
+
+
+def source(schema, cls):
+    name, ns = cls["name"], schema["namespace"]
+    lines = [
+        f"// {name}: generated from msg/schema.json by msg/generate.py.",
+        f"#include <zal/msg/{name.lower()}.h>",
+        "",
+        "#include <algorithm>",
+        "",
+        f"namespace {ns} {{",
+        "",
+        "using namespace REPORTGENERATOR;",
+        "",
+        "namespace {",
+        "",
+    ]
+    for enum, members in cls.get("enums", {}).items():
+        lines.append(f"const QStringList k{enum}Names = {{")
+        lines += [f"    QStringLiteral({cstr(m)})," for m in members]
+        lines.append("};")
+    lines += ["", "}  // namespace", ""] + data_block(cls) + ["", "namespace {", ""]
+    lines += property_table(cls) + ["", "}  // namespace", ""] + class_definitions(cls)
+    for index, prop in enumerate(cls["properties"]):
         for decl, body in accessors(cls, index, prop):
             ret, rest = split_decl(decl)
             lines += ["", f"{ret} {name}::{rest} {{", f"    {body}", "}"]

@@ -27,10 +27,6 @@ bool ProcessorBase::initialize() {
     reader.clear();
     addCreatorSocket();
     messageHandler = std::make_unique<ProcessorControlMessageHandler<ZmqControlSocket>>(this);
-    controlSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::dealer);
-    controlTemplate = std::make_unique<ZmqControlSocket>(*controlSocket);
-    controlClient = std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(controlTemplate.get(),
-                                                                                        messageHandler.get());
     broadcastSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::sub);
     broadcastTemplate = std::make_unique<ZmqSubControlSocket>(*broadcastSocket);
     broadcastClient = std::make_unique<SubInputClient<ZmqControlSocket, ControlMessage>>(
@@ -38,11 +34,11 @@ bool ProcessorBase::initialize() {
     // A bounded wait: a processor must be able to stop even when its name service is gone.
     nameServiceClient = std::make_unique<NameServiceClient>(
         Endpoints::getInternalNameServiceEndpoint(group, internalAddressPrefixDefault), socketDefaultTimeout);
-    ZmqHelper::connectSocket(*controlSocket,
-                             Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault),
-                             getEndpointString());
+    controlLine =
+        std::make_unique<ControlLine>(Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault),
+                                      getEndpointString(), *messageHandler);
     ZmqHelper::connectSocket(*broadcastSocket, Endpoints::getGroupBroadcastEndpoint(group, prefix));
-    controlSocketIndex = reader.addSocket(*controlSocket, ZMQ_POLLIN);
+    controlSocketIndex = controlLine->addTo(reader);
     broadcastSocketIndex = reader.addSocket(*broadcastSocket, ZMQ_POLLIN);
     return true;
 }
@@ -64,7 +60,7 @@ void ProcessorBase::process() {
             broadcastClient->processInput();
         }
         if (SocketReader::isReadable(reader.getEvents(controlSocketIndex))) {
-            controlClient->processInput();
+            controlLine->processInput();
         }
         checkDataEvents();
     }
@@ -80,9 +76,7 @@ void ProcessorBase::freeSockets() {
     broadcastClient.reset();
     broadcastTemplate.reset();
     broadcastSocket.reset();
-    controlClient.reset();
-    controlTemplate.reset();
-    controlSocket.reset();
+    controlLine.reset();
     messageHandler.reset();
 }
 

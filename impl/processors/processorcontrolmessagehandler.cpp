@@ -1,7 +1,7 @@
 #include "zal/processors/processorcontrolmessagehandler.h"
 
 #include "zal/msg/configtool.h"
-#include "zal/msg/controlmessagehelper.h"
+#include "zal/services/controlrequesthandler.h"
 
 namespace zal {
 
@@ -32,105 +32,121 @@ void perform(Message& message, Operation&& operation, Failure&& failure) {
     }
 }
 
-void dispatch(ProcessorControlInterface& processor, Message& message) {
+// perform for an operation that hands back a value: on success `answer` puts it into the reply.
+template <class Value, class Operation, class Answer, class Failure>
+void performWithValue(Message& message, Operation&& operation, Answer&& answer, Failure&& failure) {
+    perform(
+        message,
+        [&] {
+            Value value{};
+            const bool ok = operation(value);
+            if (ok) {
+                answer(value);
+            }
+            return ok;
+        },
+        failure);
+}
+
+void connect(ProcessorControlInterface& processor, Message& message) {
     const Message& request = message;
+    perform(
+        message,
+        [&] {
+            return processor.connect(request.GetStreamName(), request.GetStreamAddress(),
+                                     request.GetMessageFilter());
+        },
+        [&] {
+            return QStringLiteral("Cannot connect to: %1, %2")
+                .arg(request.GetStreamName(), request.GetStreamAddress());
+        });
+}
+
+void querySources(ProcessorControlInterface& processor, Message& message) {
+    performWithValue<QVector<zalmsg::DataSource>>(
+        message, [&](auto& sources) { return processor.querySources(sources); },
+        [&](const auto& sources) { message.SetDataSource(sources); },
+        [] { return QStringLiteral("Cannot query sources"); });
+}
+
+void queryStreams(ProcessorControlInterface& processor, Message& message) {
+    performWithValue<QVector<zalmsg::DataStream>>(
+        message, [&](auto& streams) { return processor.queryStreams(streams); },
+        [&](const auto& streams) { message.SetDataStream(streams); },
+        [] { return QStringLiteral("Cannot query streams"); });
+}
+
+void startOrStop(ProcessorControlInterface& processor, Message& message, bool start) {
+    const QString& stream = static_cast<const Message&>(message).GetStreamName();
+    perform(
+        message, [&] { return start ? processor.start(stream) : processor.stop(stream); },
+        [&] {
+            return (start ? QStringLiteral("Cannot start stream: %1")
+                          : QStringLiteral("Cannot stop stream: %1"))
+                .arg(stream);
+        });
+}
+
+void setParameter(ProcessorControlInterface& processor, Message& message) {
+    const Message& request = message;
+    perform(
+        message, [&] { return processor.setParameter(request.GetParameterName(), request.GetParameter()); },
+        [&] { return QStringLiteral("Cannot set parameter: %1").arg(request.GetParameterName()); });
+}
+
+void getParameter(ProcessorControlInterface& processor, Message& message) {
+    const Message& request = message;
+    performWithValue<QString>(
+        message, [&](QString& value) { return processor.getParameter(request.GetParameterName(), value); },
+        [&](const QString& value) { ConfigTool::setResultSuccess(message, value); },
+        [&] { return QStringLiteral("Cannot get parameter: %1").arg(request.GetParameterName()); });
+}
+
+void getParameterList(ProcessorControlInterface& processor, Message& message) {
+    performWithValue<QStringList>(
+        message, [&](QStringList& names) { return processor.getParameterList(names); },
+        [&](const QStringList& names) {
+            ConfigTool::setResultSuccess(message, names.join(QLatin1Char(',')));
+        },
+        [] { return QStringLiteral("Cannot get list of parameters"); });
+}
+
+// The failure text names ParameterName although the call takes Parameter: kept so.
+void startNewRecording(ProcessorControlInterface& processor, Message& message) {
+    const Message& request = message;
+    perform(
+        message,
+        [&] {
+            QString parameter = request.GetParameter();
+            const bool ok = processor.startNewRecording(parameter);
+            if (ok) {
+                ConfigTool::setResultSuccess(message, parameter);
+            }
+            return ok;
+        },
+        [&] { return QStringLiteral("Cannot start new recording: %1").arg(request.GetParameterName()); });
+}
+
+void dispatch(ProcessorControlInterface& processor, Message& message) {
     switch (message.GetMessageType()) {
         case Type::Connect:
-            perform(
-                message,
-                [&] {
-                    return processor.connect(request.GetStreamName(), request.GetStreamAddress(),
-                                             request.GetMessageFilter());
-                },
-                [&] {
-                    return QStringLiteral("Cannot connect to: %1, %2")
-                        .arg(request.GetStreamName(), request.GetStreamAddress());
-                });
-            break;
+            return connect(processor, message);
         case Type::QuerySources:
-            perform(
-                message,
-                [&] {
-                    QVector<zalmsg::DataSource> sources;
-                    const bool ok = processor.querySources(sources);
-                    if (ok) {
-                        message.SetDataSource(sources);
-                    }
-                    return ok;
-                },
-                [&] { return QStringLiteral("Cannot query sources"); });
-            break;
+            return querySources(processor, message);
         case Type::QueryStreams:
-            perform(
-                message,
-                [&] {
-                    QVector<zalmsg::DataStream> streams;
-                    const bool ok = processor.queryStreams(streams);
-                    if (ok) {
-                        message.SetDataStream(streams);
-                    }
-                    return ok;
-                },
-                [&] { return QStringLiteral("Cannot query streams"); });
-            break;
+            return queryStreams(processor, message);
         case Type::Start:
-            perform(
-                message, [&] { return processor.start(request.GetStreamName()); },
-                [&] { return QStringLiteral("Cannot start stream: %1").arg(request.GetStreamName()); });
-            break;
+            return startOrStop(processor, message, true);
         case Type::Stop:
-            perform(
-                message, [&] { return processor.stop(request.GetStreamName()); },
-                [&] { return QStringLiteral("Cannot stop stream: %1").arg(request.GetStreamName()); });
-            break;
+            return startOrStop(processor, message, false);
         case Type::SetParameter:
-            perform(
-                message,
-                [&] { return processor.setParameter(request.GetParameterName(), request.GetParameter()); },
-                [&] { return QStringLiteral("Cannot set parameter: %1").arg(request.GetParameterName()); });
-            break;
+            return setParameter(processor, message);
         case Type::GetParameter:
-            perform(
-                message,
-                [&] {
-                    QString value;
-                    const bool ok = processor.getParameter(request.GetParameterName(), value);
-                    if (ok) {
-                        ConfigTool::setResultSuccess(message, value);
-                    }
-                    return ok;
-                },
-                [&] { return QStringLiteral("Cannot get parameter: %1").arg(request.GetParameterName()); });
-            break;
+            return getParameter(processor, message);
         case Type::GetParameterList:
-            perform(
-                message,
-                [&] {
-                    QStringList names;
-                    const bool ok = processor.getParameterList(names);
-                    if (ok) {
-                        ConfigTool::setResultSuccess(message, names.join(QLatin1Char(',')));
-                    }
-                    return ok;
-                },
-                [&] { return QStringLiteral("Cannot get list of parameters"); });
-            break;
+            return getParameterList(processor, message);
         case Type::StartNewRecording:
-            // The failure text names ParameterName although the call takes Parameter: kept so.
-            perform(
-                message,
-                [&] {
-                    QString parameter = request.GetParameter();
-                    const bool ok = processor.startNewRecording(parameter);
-                    if (ok) {
-                        ConfigTool::setResultSuccess(message, parameter);
-                    }
-                    return ok;
-                },
-                [&] {
-                    return QStringLiteral("Cannot start new recording: %1").arg(request.GetParameterName());
-                });
-            break;
+            return startNewRecording(processor, message);
         default:
             ConfigTool::setErrorMessage(message, QStringLiteral("Unknown message type"));
     }
@@ -140,14 +156,7 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
 
 template <class Socket>
 void ProcessorControlMessageHandler<Socket>::handleMessage(ControlMessage& envelope, Socket* replySocket) {
-    Message message;
-    if (ControlMessageHelper::decodeRequest(envelope.data, message)) {
-        dispatch(*processor, message);
-    }
-    if (replySocket != nullptr) {
-        envelope.data = ControlMessageHelper::toPayload(message);
-        replySocket->sendMessage(envelope);
-    }
+    answerControlRequest(envelope, replySocket, [this](Message& message) { dispatch(*processor, message); });
 }
 
 template class ProcessorControlMessageHandler<ZmqControlSocket>;

@@ -1,5 +1,6 @@
 #include "zal/processors/processorgroupmanagertemplate.h"
 
+#include "namedentries.h"
 #include "zal/msg/configtool.h"
 #include "zal/transport/endpoints.h"
 
@@ -15,14 +16,9 @@ void ProcessorGroupManagerHandlerTemplate<Traits>::dispatch(Message& message) {
     const QString name = message.GetGroupName();
     const std::string key = name.toStdString();
     switch (message.GetMessageType()) {
-        case Type::QueryGroups: {
-            QStringList names;
-            for (const auto& entry : manager.groups) {
-                names << QString::fromStdString(entry.first);
-            }
-            ConfigTool::setResultSuccess(message, names.join(QLatin1Char(',')));
+        case Type::QueryGroups:
+            answerNames(manager.groups, message);
             break;
-        }
         case Type::CreateGroup:
             if (manager.groups.count(key) != 0) {
                 ConfigTool::setErrorMessage(
@@ -39,17 +35,9 @@ void ProcessorGroupManagerHandlerTemplate<Traits>::dispatch(Message& message) {
                 ConfigTool::setErrorMessage(message, QString::fromUtf8(e.what()));
             }
             break;
-        case Type::DeleteGroup: {
-            const auto found = manager.groups.find(key);
-            if (found == manager.groups.end()) {
-                ConfigTool::setErrorMessage(
-                    message, QStringLiteral("A group with the name '%1' does not exists.").arg(name));
-                break;
-            }
-            manager.groups.erase(found);
-            ConfigTool::setResultSuccess(message);
+        case Type::DeleteGroup:
+            answerErase(manager.groups, name, "group", message);
             break;
-        }
         default:
             ConfigTool::setErrorMessage(message, QStringLiteral("Unknown message type"));
     }

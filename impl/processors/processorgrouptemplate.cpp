@@ -1,10 +1,11 @@
 #include "zal/processors/processorgrouptemplate.h"
 
+#include "namedentries.h"
 #include "zal/msg/configtool.h"
-#include "zal/transport/context.h"
-#include "zal/transport/endpoints.h"
 #include "zal/processors/pluginmanager.h"
 #include "zal/processors/processorinfo.h"
+#include "zal/transport/context.h"
+#include "zal/transport/endpoints.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zal {
@@ -29,29 +30,15 @@ bool isAllowedName(const QString& name) {
 template <class Traits>
 void ProcessorGroupHandlerTemplate<Traits>::dispatch(Message& message) {
     switch (message.GetMessageType()) {
-        case Type::QueryProcessors: {
-            QStringList names;
-            for (const auto& entry : group.processors) {
-                names << QString::fromStdString(entry.first);
-            }
-            ConfigTool::setResultSuccess(message, names.join(QLatin1Char(',')));
+        case Type::QueryProcessors:
+            answerNames(group.processors, message);
             break;
-        }
         case Type::Create:
             create(message);
             break;
-        case Type::Delete: {
-            const QString name = message.GetProcessorName();
-            const auto found = group.processors.find(name.toStdString());
-            if (found == group.processors.end()) {
-                ConfigTool::setErrorMessage(
-                    message, QStringLiteral("A processor with the name '%1' does not exists.").arg(name));
-                break;
-            }
-            group.processors.erase(found);
-            ConfigTool::setResultSuccess(message);
+        case Type::Delete:
+            answerErase(group.processors, message.GetProcessorName(), "processor", message);
             break;
-        }
         case Type::SetParameter:
             // Accepted for every group; groups keep no parameters of their own yet.
             (void)message.GetParameterName();

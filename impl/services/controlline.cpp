@@ -6,9 +6,9 @@
 namespace zal {
 
 ControlLine::ControlLine(const std::string& routerEndpoint, const std::string& identity,
-                         ControlMessageHandler& handler)
+                         MessageHandler<ZmqControlSocket, ControlMessage>& handler)
     : socket(std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::dealer)),
-      control(std::make_unique<ZmqControlSocket>(*socket, 1)),
+      control(std::make_unique<ZmqControlSocket>(*socket, EnvelopeMode::Dealer)),
       client(std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(control.get(), &handler)) {
     ZmqHelper::connectSocket(*socket, routerEndpoint, identity);
 }

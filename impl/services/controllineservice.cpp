@@ -11,14 +11,11 @@ void ControlLineService::openLine(const std::string& routerEndpoint, const std::
 }
 
 void ControlLineService::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
+    serveUntilStopped([this] {
         if (reader.getEvents(lineIndex) != 0) {
             line->processInput();
         }
-    }
+    });
 }
 
 }  // namespace zal

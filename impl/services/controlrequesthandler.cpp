@@ -1,6 +1,5 @@
 #include "zal/services/controlrequesthandler.h"
 
-#include "zal/msg/controlmessagehelper.h"
 #include "zal/transport/socketerror.h"
 
 namespace zal {
@@ -9,12 +8,7 @@ void ControlRequestHandler::handleMessage(ControlMessage& envelope, ZmqControlSo
     if (socket == nullptr) {
         throw SocketError("No reply socket available");
     }
-    zalmsg::ControlMessage message;
-    if (ControlMessageHelper::decodeRequest(envelope.data, message)) {
-        dispatch(message);
-    }
-    envelope.data = ControlMessageHelper::toPayload(message);
-    socket->sendMessage(envelope);
+    answerControlRequest(envelope, socket, [this](zalmsg::ControlMessage& message) { dispatch(message); });
 }
 
 }  // namespace zal

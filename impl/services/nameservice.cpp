@@ -19,7 +19,7 @@ bool NameService::initialize() {
 
     routerSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::router);
     routerSocket->set(zmq::sockopt::router_mandatory, 1);
-    routerControl = std::make_unique<ZmqControlSocket>(*routerSocket, 0);
+    routerControl = std::make_unique<ZmqControlSocket>(*routerSocket, EnvelopeMode::RouterAnswer);
     routerClient = std::make_unique<InputClientBase<ZmqControlSocket, ControlMessage>>(routerControl.get(),
                                                                                        handler.get());
 
@@ -34,17 +34,14 @@ bool NameService::initialize() {
 }
 
 void NameService::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
+    serveUntilStopped([this] {
         if (reader.getEvents(routerIndex) != 0) {
             routerClient->processInput();
         }
         if (reader.getEvents(dealerIndex) != 0) {
             dealerLine->processInput();
         }
-    }
+    });
 }
 
 // reset() clears each owner before its object goes, so a second release() finds nothing to free.

@@ -86,17 +86,14 @@ bool Router::initialize() {
 }
 
 void Router::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
+    serveUntilStopped([this] {
         if (reader.getEvents(internalIndex) != 0) {
             internalClient->processInput();
         }
         if (reader.getEvents(externalIndex) != 0) {
             externalClient->processInput();
         }
-    }
+    });
 }
 
 void Router::dropMalformed(const RouterMessage& partial) {

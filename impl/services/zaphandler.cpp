@@ -59,14 +59,11 @@ bool ZapHandler::initialize() {
 }
 
 void ZapHandler::process() {
-    while (reader.waitForSockets()) {
-        if (!checkCreatorSocket()) {
-            return;
-        }
+    serveUntilStopped([this] {
         if (SocketReader::isReadable(reader.getEvents(socketIndex))) {
             answerRequest();
         }
-    }
+    });
 }
 
 // A request: version, request id, domain, address, identity, mechanism, credentials (for CURVE the

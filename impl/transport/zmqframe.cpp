@@ -130,48 +130,48 @@ void sendFrame(zmq::socket_t& socket, const QByteArray& bytes, int flags) {
     }
 }
 
-void sendEnvelope(zmq::socket_t& socket, int envelopeMode, const ControlMessage& message) {
+void sendEnvelope(zmq::socket_t& socket, EnvelopeMode envelopeMode, const ControlMessage& message) {
     switch (envelopeMode) {
-        case 0:
+        case EnvelopeMode::RouterAnswer:
             sendFrame(socket, message.address, ZMQ_SNDMORE);
             sendEmptyFrame(socket, ZMQ_SNDMORE);
             break;
-        case 1:
+        case EnvelopeMode::Dealer:
             sendEmptyFrame(socket, ZMQ_SNDMORE);
             sendFrame(socket, message.address, ZMQ_SNDMORE);
             break;
-        case 2:
+        case EnvelopeMode::Delimited:
             sendEmptyFrame(socket, ZMQ_SNDMORE);
             break;
-        case 3:
+        case EnvelopeMode::Addressed:
             sendFrame(socket, message.address, ZMQ_SNDMORE);
             break;
-        default:
+        default:  // DataOnly, and any value not named
             break;
     }
     sendFrame(socket, message.data, 0);
 }
 
-void receiveEnvelope(zmq::socket_t& socket, int envelopeMode, ControlMessage& message) {
+void receiveEnvelope(zmq::socket_t& socket, EnvelopeMode envelopeMode, ControlMessage& message) {
     message.address.clear();
     message.data.clear();
     FrameReader frames(socket);
     switch (envelopeMode) {
-        case 0:
+        case EnvelopeMode::RouterAnswer:
             frames.nextWithMore(&message.address);
             frames.nextWithMore(nullptr);
             break;
-        case 1:
+        case EnvelopeMode::Dealer:
             frames.nextWithMore(nullptr);
             frames.nextWithMore(&message.address);
             break;
-        case 2:
+        case EnvelopeMode::Delimited:
             frames.nextWithMore(nullptr);
             break;
-        case 3:
+        case EnvelopeMode::Addressed:
             frames.nextWithMore(&message.address);
             break;
-        default:
+        default:  // DataOnly, and any value not named
             break;
     }
     // Surplus frames after the last expected one are left for the next receive, by design.

@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <zmq.hpp>
 
+#include "zal/transport/envelopemode.h"
 #include "zal/transport/messages.h"
 
 namespace zal::frame {
@@ -43,8 +44,8 @@ inline void sendEmptyFrame(zmq::socket_t& socket, int flags) {
     sendFrame(socket, nullptr, 0, flags);
 }
 
-void sendEnvelope(zmq::socket_t& socket, int envelopeMode, const ControlMessage& message);
-void receiveEnvelope(zmq::socket_t& socket, int envelopeMode, ControlMessage& message);
+void sendEnvelope(zmq::socket_t& socket, EnvelopeMode envelopeMode, const ControlMessage& message);
+void receiveEnvelope(zmq::socket_t& socket, EnvelopeMode envelopeMode, ControlMessage& message);
 
 extern const char* const invalidMessageFormat;
 

@@ -15,6 +15,7 @@
 #include "zal/transport/context.h"
 #include "zal/transport/curvekeys.h"
 #include "zal/transport/endpoints.h"
+#include "zal/transport/envelopemode.h"
 #include "zal/transport/inputclient.h"
 #include "zal/transport/messagehandler.h"
 #include "zal/transport/messages.h"

@@ -71,8 +71,8 @@ TEST_P(Framing, EachEnvelopeModeHasItsFramesAndReadsBack) {
     auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
     for (const auto& c : cases) {
         SCOPED_TRACE("mode " + std::to_string(c.mode));
-        ZmqControlSocket out(pair.connected, c.mode);
-        EXPECT_EQ(out.getEnvelopeMode(), c.mode);
+        ZmqControlSocket out(pair.connected, EnvelopeMode(c.mode));
+        EXPECT_EQ(out.getEnvelopeMode(), EnvelopeMode(c.mode));
         out.sendMessage(sent);
         EXPECT_EQ(receiveFrames(pair.bound), c.frames);
 
@@ -84,12 +84,12 @@ TEST_P(Framing, EachEnvelopeModeHasItsFramesAndReadsBack) {
         EXPECT_EQ(back.data, sent.data);
     }
     ZmqControlSocket defaultMode(pair.connected);
-    EXPECT_EQ(defaultMode.getEnvelopeMode(), 1);
+    EXPECT_EQ(defaultMode.getEnvelopeMode(), EnvelopeMode::Dealer);
 }
 
 TEST_P(Framing, EnvelopeReceiveRefusesMissingFramesAndLeavesSurplus) {
     auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
-    ZmqControlSocket mode0(pair.bound, 0);
+    ZmqControlSocket mode0(pair.bound, EnvelopeMode::RouterAnswer);
     ControlMessage message;
 
     // A lone frame where an address and a delimiter should follow: the address is kept.
@@ -99,13 +99,13 @@ TEST_P(Framing, EnvelopeReceiveRefusesMissingFramesAndLeavesSurplus) {
     EXPECT_EQ(message.address, "first");
 
     // Frames beyond the mode's last one stay queued and start the next message.
-    ZmqControlSocket mode3(pair.bound, 3);
+    ZmqControlSocket mode3(pair.bound, EnvelopeMode::Addressed);
     sendFrames(pair.connected, {"addr", "data", "extra"});
     ASSERT_TRUE(zaltest::waitReadable(pair.bound));
     mode3.receiveMessage(message);
     EXPECT_EQ(message.address, "addr");
     EXPECT_EQ(message.data, "data");
-    ZmqControlSocket mode4(pair.bound, 4);
+    ZmqControlSocket mode4(pair.bound, EnvelopeMode::DataOnly);
     mode4.receiveMessage(message);
     EXPECT_EQ(message.data, "extra");
 }
@@ -253,13 +253,13 @@ TEST(Framing, FailuresCarryTheirTexts) {
 
     // Nothing pending and a receive time-out: a timed-out receive, not a ZeroMQ error.
     pair.bound.set(zmq::sockopt::rcvtimeo, 20);
-    ZmqControlSocket timed(pair.bound, 4);
+    ZmqControlSocket timed(pair.bound, EnvelopeMode::DataOnly);
     EXPECT_EQ(socketErrorText([&] { timed.receiveMessage(message); }), "recv() failed");
 
     // A dealer without any peer cannot queue the frame: the send would block.
     auto lonely = makeSocket(zmq::socket_type::dealer);
     lonely.set(zmq::sockopt::sndtimeo, 0);
-    ZmqControlSocket blocked(lonely, 4);
+    ZmqControlSocket blocked(lonely, EnvelopeMode::DataOnly);
     EXPECT_EQ(socketErrorText([&] { blocked.sendMessage(ControlMessage{"a", "b"}); }), "send() failed");
 
     // An unroutable identity on a mandatory router is ZeroMQ's own error.

@@ -91,9 +91,9 @@ TEST(SocketReader, TimesOutWithoutEvents) {
 
 TEST(InputClients, HandOnTheRightReplySocket) {
     Line line;
-    ZmqControlSocket in(line.a, 4);
-    ZmqControlSocket forward(line.a, 3);
-    ZmqSubControlSocket subscription(line.a, 4);
+    ZmqControlSocket in(line.a, EnvelopeMode::DataOnly);
+    ZmqControlSocket forward(line.a, EnvelopeMode::Addressed);
+    ZmqSubControlSocket subscription(line.a, EnvelopeMode::DataOnly);
     RecordingHandler<ZmqControlSocket, ControlMessage> handler;
 
     InputClientBase<ZmqControlSocket, ControlMessage> direct(&in, &handler);

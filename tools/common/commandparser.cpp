@@ -12,68 +12,7 @@ namespace zaltools {
 namespace {
 
 using zal::ControlMessageHelper;
-
-struct Syntax {
-    const char* name;
-    QStringList arguments;  // required, in order
-    QStringList optional;   // may follow the required ones
-    bool lastRepeats;       // the last required argument may be given more than once
-    QStringList options;    // options that take a value; --xml is accepted everywhere
-    const char* usage;
-};
-
-const QVector<Syntax>& syntaxes() {
-    static const QVector<Syntax> table = {
-        {"groups", {}, {}, false, {}, "groups"},
-        {"create-group", {"GROUP"}, {}, false, {}, "create-group GROUP"},
-        {"delete-group", {"GROUP"}, {}, false, {}, "delete-group GROUP"},
-        {"processors", {"GROUP"}, {}, false, {}, "processors GROUP"},
-        {"create",
-         {"GROUP", "NAME", "TYPE"},
-         {},
-         false,
-         {"--stream", "--source"},
-         "create GROUP NAME TYPE [--stream NAME=ADDR[,ADDR...]]... [--source ADDR[:FILTER...]]..."},
-        {"delete", {"GROUP", "NAME"}, {}, false, {}, "delete GROUP NAME"},
-        {"connect",
-         {"GROUP", "PROCESSOR"},
-         {"STREAM"},
-         false,
-         {"--stream-name", "--address", "--filter"},
-         "connect GROUP PROCESSOR (STREAM | --stream-name STREAM) [--address ADDR] [--filter TOPIC]..."},
-        {"start", {"GROUP", "PROCESSOR", "STREAM"}, {}, false, {}, "start GROUP PROCESSOR STREAM"},
-        {"stop", {"GROUP", "PROCESSOR", "STREAM"}, {}, false, {}, "stop GROUP PROCESSOR STREAM"},
-        {"set",
-         {"GROUP", "PROCESSOR", "PARAMETER", "VALUE"},
-         {},
-         false,
-         {},
-         "set GROUP PROCESSOR PARAMETER VALUE"},
-        {"get", {"GROUP", "PROCESSOR", "PARAMETER"}, {}, false, {}, "get GROUP PROCESSOR PARAMETER"},
-        {"list", {"GROUP", "PROCESSOR"}, {}, false, {}, "list GROUP PROCESSOR"},
-        {"record", {"GROUP", "PROCESSOR"}, {"VALUE"}, false, {}, "record GROUP PROCESSOR [VALUE]"},
-        {"sources", {"GROUP", "PROCESSOR"}, {}, false, {}, "sources GROUP PROCESSOR"},
-        {"streams", {"GROUP", "PROCESSOR"}, {}, false, {}, "streams GROUP PROCESSOR"},
-        {"register",
-         {"GROUP", "STREAM", "PROCESSOR", "ADDR"},
-         {},
-         true,
-         {},
-         "register GROUP STREAM PROCESSOR ADDR [ADDR...]"},
-        {"deregister", {"GROUP", "STREAM"}, {}, false, {}, "deregister GROUP STREAM"},
-        {"resolve", {"GROUP", "STREAM"}, {}, false, {}, "resolve GROUP STREAM"},
-    };
-    return table;
-}
-
-const Syntax* findSyntax(const QString& name) {
-    for (const Syntax& syntax : syntaxes()) {
-        if (name == QLatin1String(syntax.name)) {
-            return &syntax;
-        }
-    }
-    return nullptr;
-}
+using zal::Endpoints;
 
 [[noreturn]] void fail(const QString& text) {
     throw UsageError(text.toStdString());
@@ -108,6 +47,74 @@ struct Arguments {
         }
         return false;
     }
+};
+
+// Names become path segments of identities ("inproc://zal/g/p"), so an empty one or one with a
+// '/' would address some other service.
+QString checkedName(const QString& command, const QString& what, const QString& value) {
+    if (value.isEmpty()) {
+        fail(QStringLiteral("%1: %2 must not be empty.").arg(command, what));
+    }
+    if (value.contains(QLatin1Char('/'))) {
+        fail(QStringLiteral("%1: %2 '%3' must not contain '/'.").arg(command, what, value));
+    }
+    return value;
+}
+
+QString checkedNonEmpty(const QString& command, const QString& what, const QString& value) {
+    if (value.isEmpty()) {
+        fail(QStringLiteral("%1: %2 must not be empty.").arg(command, what));
+    }
+    return value;
+}
+
+std::string str(const QString& text) {
+    return text.toStdString();
+}
+
+// One command's arguments as the builders of requests take them: checked, and the endpoints
+// they name under the parser's prefix.
+class Words {
+public:
+    Words(const QString& command, Arguments arguments, const std::string& prefix)
+        : command(command), arguments(std::move(arguments)), prefix(prefix) {}
+
+    QString argument(const char* key) const { return arguments.named.value(QLatin1String(key)); }
+    std::string name(const char* key) const {
+        return str(checkedName(command, QLatin1String(key), argument(key)));
+    }
+    std::string nonEmpty(const char* key) const {
+        return str(checkedNonEmpty(command, QLatin1String(key), argument(key)));
+    }
+
+    std::string groupManager() const { return Endpoints::getGroupManagerEndpoint(prefix); }
+    std::string group() const { return Endpoints::getGroupEndpoint(name("GROUP"), prefix); }
+    std::string nameService() const { return Endpoints::getNameServiceEndpoint(name("GROUP"), prefix); }
+    // PROCESSOR is judged before GROUP, so that a line with both wrong names the processor, as
+    // it always has.
+    std::string processor() const {
+        const std::string processor = name("PROCESSOR");
+        return Endpoints::getProcessorEndpoint(name("GROUP"), processor, prefix);
+    }
+
+    const QString command;
+    const Arguments arguments;
+
+private:
+    const std::string& prefix;
+};
+
+// Fills in a command's destination, request and presentation from its checked words.
+using Builder = void (*)(const Words& words, Command& command);
+
+struct Syntax {
+    const char* name;
+    QStringList arguments;  // required, in order
+    QStringList optional;   // may follow the required ones
+    bool lastRepeats;       // the last required argument may be given more than once
+    QStringList options;    // options that take a value; --xml is accepted everywhere
+    const char* usage;
+    Builder build;
 };
 
 Arguments splitArguments(const Syntax& syntax, const QStringList& words) {
@@ -161,25 +168,6 @@ Arguments splitArguments(const Syntax& syntax, const QStringList& words) {
         }
     }
     return arguments;
-}
-
-// Names become path segments of identities ("inproc://zal/g/p"), so an empty one or one with a
-// '/' would address some other service.
-QString checkedName(const QString& command, const QString& what, const QString& value) {
-    if (value.isEmpty()) {
-        fail(QStringLiteral("%1: %2 must not be empty.").arg(command, what));
-    }
-    if (value.contains(QLatin1Char('/'))) {
-        fail(QStringLiteral("%1: %2 '%3' must not contain '/'.").arg(command, what, value));
-    }
-    return value;
-}
-
-QString checkedNonEmpty(const QString& command, const QString& what, const QString& value) {
-    if (value.isEmpty()) {
-        fail(QStringLiteral("%1: %2 must not be empty.").arg(command, what));
-    }
-    return value;
 }
 
 // NAME=ADDR[,ADDR...]
@@ -270,8 +258,204 @@ zalmsg::Processor parseConfiguration(const Arguments& arguments) {
     return config;
 }
 
-std::string str(const QString& text) {
-    return text.toStdString();
+void queryGroups(const Words& words, Command& command) {
+    command.destination = words.groupManager();
+    command.request = ControlMessageHelper::makeQueryProcessorGroupsMessage();
+    command.presentation = Presentation::CommaList;
+}
+
+void createGroup(const Words& words, Command& command) {
+    command.destination = words.groupManager();
+    command.request = ControlMessageHelper::makeCreateProcessorGroupMessage(words.name("GROUP"));
+}
+
+void deleteGroup(const Words& words, Command& command) {
+    command.destination = words.groupManager();
+    command.request = ControlMessageHelper::makeDeleteProcessorGroupMessage(words.name("GROUP"));
+}
+
+void queryProcessors(const Words& words, Command& command) {
+    command.destination = words.group();
+    command.request = ControlMessageHelper::makeQueryProcessorsMessage();
+    command.presentation = Presentation::CommaList;
+}
+
+void createProcessor(const Words& words, Command& command) {
+    command.destination = words.group();
+    const std::string processorName = words.name("NAME");
+    const std::string type = words.nonEmpty("TYPE");
+    command.request = ControlMessageHelper::makeCreateProcessorMessage(type, processorName,
+                                                                       parseConfiguration(words.arguments));
+}
+
+void deleteProcessor(const Words& words, Command& command) {
+    command.destination = words.group();
+    command.request = ControlMessageHelper::makeDeleteProcessorMessage(words.name("NAME"));
+}
+
+// By the address given, or by the stream's name, resolved at the group's name service first.
+void connectStream(const Words& words, Command& command) {
+    command.destination = words.processor();
+    const Arguments& arguments = words.arguments;
+    const QString named = arguments.single(QStringLiteral("--stream-name"), words.command);
+    if (arguments.named.contains(QStringLiteral("STREAM")) ==
+        arguments.has(QStringLiteral("--stream-name"))) {
+        fail(QStringLiteral("connect: give the stream name either as STREAM or as --stream-name, once."));
+    }
+    command.streamName =
+        checkedNonEmpty(words.command, QStringLiteral("STREAM"),
+                        arguments.has(QStringLiteral("--stream-name")) ? named : words.argument("STREAM"));
+    for (const auto& [option, value] : arguments.options) {
+        if (option == QLatin1String("--filter")) {
+            command.filters.push_back(str(checkedNonEmpty(words.command, QStringLiteral("--filter"), value)));
+        }
+    }
+    if (arguments.has(QStringLiteral("--address"))) {
+        const QString address = checkedNonEmpty(words.command, QStringLiteral("--address"),
+                                                arguments.single(QStringLiteral("--address"), words.command));
+        command.request = ControlMessageHelper::makeConnectStreamMessage(str(command.streamName),
+                                                                         str(address), command.filters);
+    } else {
+        command.resolveAt = words.nameService();
+        command.request = ControlMessageHelper::makeResolveStreamMessage(str(command.streamName));
+    }
+}
+
+void startStream(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeStartStreamMessage(words.nonEmpty("STREAM"));
+}
+
+void stopStream(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeStopStreamMessage(words.nonEmpty("STREAM"));
+}
+
+void setParameter(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeSetParameterMessage(words.nonEmpty("PARAMETER"),
+                                                                    str(words.argument("VALUE")));
+}
+
+void getParameter(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeGetParameterMessage(words.nonEmpty("PARAMETER"));
+    command.presentation = Presentation::Value;
+}
+
+void listParameters(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeGetParameterListMessage();
+    command.presentation = Presentation::CommaList;
+}
+
+void startRecording(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeStartNewRecordingMessage(str(words.argument("VALUE")));
+    command.presentation = Presentation::Value;
+}
+
+void querySources(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeQuerySourcesMessage();
+    command.presentation = Presentation::DataSources;
+}
+
+void queryStreams(const Words& words, Command& command) {
+    command.destination = words.processor();
+    command.request = ControlMessageHelper::makeQueryStreamsMessage();
+    command.presentation = Presentation::DataStreams;
+}
+
+// The addresses are judged first, then PROCESSOR, then STREAM: the order mistakes have always
+// been reported in.
+void registerStream(const Words& words, Command& command) {
+    command.destination = words.nameService();
+    std::vector<std::string> addresses;
+    for (const QString& address : QStringList{words.argument("ADDR")} + words.arguments.rest) {
+        addresses.push_back(str(checkedNonEmpty(words.command, QStringLiteral("ADDR"), address)));
+    }
+    const std::string processor = words.name("PROCESSOR");
+    const std::string stream = words.nonEmpty("STREAM");
+    command.request = ControlMessageHelper::makeRegisterStreamMessage(stream, processor, addresses);
+}
+
+void deregisterStream(const Words& words, Command& command) {
+    command.destination = words.nameService();
+    command.request = ControlMessageHelper::makeDeregisterStreamMessage(words.nonEmpty("STREAM"));
+}
+
+void resolveStream(const Words& words, Command& command) {
+    command.destination = words.nameService();
+    command.request = ControlMessageHelper::makeResolveStreamMessage(words.nonEmpty("STREAM"));
+    command.presentation = Presentation::ResolvedName;
+}
+
+// One row per sub-command; its builder is the only place that knows what the command asks.
+const Syntax syntaxTable[] = {
+    {"groups", {}, {}, false, {}, "groups", queryGroups},
+    {"create-group", {"GROUP"}, {}, false, {}, "create-group GROUP", createGroup},
+    {"delete-group", {"GROUP"}, {}, false, {}, "delete-group GROUP", deleteGroup},
+    {"processors", {"GROUP"}, {}, false, {}, "processors GROUP", queryProcessors},
+    {"create",
+     {"GROUP", "NAME", "TYPE"},
+     {},
+     false,
+     {"--stream", "--source"},
+     "create GROUP NAME TYPE [--stream NAME=ADDR[,ADDR...]]... [--source ADDR[:FILTER...]]...",
+     createProcessor},
+    {"delete", {"GROUP", "NAME"}, {}, false, {}, "delete GROUP NAME", deleteProcessor},
+    {"connect",
+     {"GROUP", "PROCESSOR"},
+     {"STREAM"},
+     false,
+     {"--stream-name", "--address", "--filter"},
+     "connect GROUP PROCESSOR (STREAM | --stream-name STREAM) [--address ADDR] [--filter TOPIC]...",
+     connectStream},
+    {"start", {"GROUP", "PROCESSOR", "STREAM"}, {}, false, {}, "start GROUP PROCESSOR STREAM", startStream},
+    {"stop", {"GROUP", "PROCESSOR", "STREAM"}, {}, false, {}, "stop GROUP PROCESSOR STREAM", stopStream},
+    {"set",
+     {"GROUP", "PROCESSOR", "PARAMETER", "VALUE"},
+     {},
+     false,
+     {},
+     "set GROUP PROCESSOR PARAMETER VALUE",
+     setParameter},
+    {"get",
+     {"GROUP", "PROCESSOR", "PARAMETER"},
+     {},
+     false,
+     {},
+     "get GROUP PROCESSOR PARAMETER",
+     getParameter},
+    {"list", {"GROUP", "PROCESSOR"}, {}, false, {}, "list GROUP PROCESSOR", listParameters},
+    {"record",
+     {"GROUP", "PROCESSOR"},
+     {"VALUE"},
+     false,
+     {},
+     "record GROUP PROCESSOR [VALUE]",
+     startRecording},
+    {"sources", {"GROUP", "PROCESSOR"}, {}, false, {}, "sources GROUP PROCESSOR", querySources},
+    {"streams", {"GROUP", "PROCESSOR"}, {}, false, {}, "streams GROUP PROCESSOR", queryStreams},
+    {"register",
+     {"GROUP", "STREAM", "PROCESSOR", "ADDR"},
+     {},
+     true,
+     {},
+     "register GROUP STREAM PROCESSOR ADDR [ADDR...]",
+     registerStream},
+    {"deregister", {"GROUP", "STREAM"}, {}, false, {}, "deregister GROUP STREAM", deregisterStream},
+    {"resolve", {"GROUP", "STREAM"}, {}, false, {}, "resolve GROUP STREAM", resolveStream},
+};
+
+const Syntax* findSyntax(const QString& name) {
+    for (const Syntax& syntax : syntaxTable) {
+        if (name == QLatin1String(syntax.name)) {
+            return &syntax;
+        }
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -284,7 +468,7 @@ bool CommandParser::isCommand(const QString& name) {
 
 QString CommandParser::synopsis() {
     QStringList lines;
-    for (const Syntax& syntax : syntaxes()) {
+    for (const Syntax& syntax : syntaxTable) {
         lines << QLatin1String(syntax.usage);
     }
     return lines.join(QLatin1Char('\n'));
@@ -298,114 +482,11 @@ Command CommandParser::parse(const QStringList& words) const {
     if (syntax == nullptr) {
         fail(QStringLiteral("Unknown command '%1'.").arg(words[0]));
     }
-    const QString name = words[0];
-    const Arguments arguments = splitArguments(*syntax, words);
-    const auto argument = [&](const QString& key) { return arguments.named.value(key); };
-    const auto group = [&] { return str(checkedName(name, QStringLiteral("GROUP"), argument("GROUP"))); };
-    const auto processorAt = [&](const QString& key) {
-        return zal::Endpoints::getProcessorEndpoint(group(), str(checkedName(name, key, argument(key))),
-                                                    prefix);
-    };
-    const auto stream = [&] {
-        return str(checkedNonEmpty(name, QStringLiteral("STREAM"), argument("STREAM")));
-    };
-    const auto parameter = [&] {
-        return str(checkedNonEmpty(name, QStringLiteral("PARAMETER"), argument("PARAMETER")));
-    };
-
+    const Words checked(words[0], splitArguments(*syntax, words), prefix);
     Command command;
-    command.name = name;
-    command.xml = arguments.xml;
-    if (name == QLatin1String("groups")) {
-        command.destination = zal::Endpoints::getGroupManagerEndpoint(prefix);
-        command.request = ControlMessageHelper::makeQueryProcessorGroupsMessage();
-        command.presentation = Presentation::CommaList;
-    } else if (name == QLatin1String("create-group") || name == QLatin1String("delete-group")) {
-        command.destination = zal::Endpoints::getGroupManagerEndpoint(prefix);
-        command.request = name == QLatin1String("create-group")
-                              ? ControlMessageHelper::makeCreateProcessorGroupMessage(group())
-                              : ControlMessageHelper::makeDeleteProcessorGroupMessage(group());
-    } else if (name == QLatin1String("processors")) {
-        command.destination = zal::Endpoints::getGroupEndpoint(group(), prefix);
-        command.request = ControlMessageHelper::makeQueryProcessorsMessage();
-        command.presentation = Presentation::CommaList;
-    } else if (name == QLatin1String("create")) {
-        command.destination = zal::Endpoints::getGroupEndpoint(group(), prefix);
-        const QString processorName = checkedName(name, QStringLiteral("NAME"), argument("NAME"));
-        const QString type = checkedNonEmpty(name, QStringLiteral("TYPE"), argument("TYPE"));
-        command.request = ControlMessageHelper::makeCreateProcessorMessage(str(type), str(processorName),
-                                                                           parseConfiguration(arguments));
-    } else if (name == QLatin1String("delete")) {
-        command.destination = zal::Endpoints::getGroupEndpoint(group(), prefix);
-        command.request = ControlMessageHelper::makeDeleteProcessorMessage(
-            str(checkedName(name, QStringLiteral("NAME"), argument("NAME"))));
-    } else if (name == QLatin1String("connect")) {
-        command.destination = processorAt(QStringLiteral("PROCESSOR"));
-        const QString named = arguments.single(QStringLiteral("--stream-name"), name);
-        if (arguments.named.contains(QStringLiteral("STREAM")) ==
-            arguments.has(QStringLiteral("--stream-name"))) {
-            fail(QStringLiteral("connect: give the stream name either as STREAM or as --stream-name, once."));
-        }
-        command.streamName =
-            checkedNonEmpty(name, QStringLiteral("STREAM"),
-                            arguments.has(QStringLiteral("--stream-name")) ? named : argument("STREAM"));
-        for (const auto& [option, value] : arguments.options) {
-            if (option == QLatin1String("--filter")) {
-                command.filters.push_back(str(checkedNonEmpty(name, QStringLiteral("--filter"), value)));
-            }
-        }
-        if (arguments.has(QStringLiteral("--address"))) {
-            const QString address = checkedNonEmpty(name, QStringLiteral("--address"),
-                                                    arguments.single(QStringLiteral("--address"), name));
-            command.request = ControlMessageHelper::makeConnectStreamMessage(str(command.streamName),
-                                                                             str(address), command.filters);
-        } else {
-            command.resolveAt = zal::Endpoints::getNameServiceEndpoint(group(), prefix);
-            command.request = ControlMessageHelper::makeResolveStreamMessage(str(command.streamName));
-        }
-    } else if (name == QLatin1String("start") || name == QLatin1String("stop")) {
-        command.destination = processorAt(QStringLiteral("PROCESSOR"));
-        command.request = name == QLatin1String("start")
-                              ? ControlMessageHelper::makeStartStreamMessage(stream())
-                              : ControlMessageHelper::makeStopStreamMessage(stream());
-    } else if (name == QLatin1String("set")) {
-        command.destination = processorAt(QStringLiteral("PROCESSOR"));
-        command.request = ControlMessageHelper::makeSetParameterMessage(parameter(), str(argument("VALUE")));
-    } else if (name == QLatin1String("get")) {
-        command.destination = processorAt(QStringLiteral("PROCESSOR"));
-        command.request = ControlMessageHelper::makeGetParameterMessage(parameter());
-        command.presentation = Presentation::Value;
-    } else if (name == QLatin1String("list")) {
-        command.destination = processorAt(QStringLiteral("PROCESSOR"));
-        command.request = ControlMessageHelper::makeGetParameterListMessage();
-        command.presentation = Presentation::CommaList;
-    } else if (name == QLatin1String("record")) {
-        command.destination = processorAt(QStringLiteral("PROCESSOR"));
-        command.request = ControlMessageHelper::makeStartNewRecordingMessage(str(argument("VALUE")));
-        command.presentation = Presentation::Value;
-    } else if (name == QLatin1String("sources") || name == QLatin1String("streams")) {
-        command.destination = processorAt(QStringLiteral("PROCESSOR"));
-        const bool sources = name == QLatin1String("sources");
-        command.request = sources ? ControlMessageHelper::makeQuerySourcesMessage()
-                                  : ControlMessageHelper::makeQueryStreamsMessage();
-        command.presentation = sources ? Presentation::DataSources : Presentation::DataStreams;
-    } else {
-        command.destination = zal::Endpoints::getNameServiceEndpoint(group(), prefix);
-        if (name == QLatin1String("register")) {
-            std::vector<std::string> addresses;
-            for (const QString& address : QStringList{argument("ADDR")} + arguments.rest) {
-                addresses.push_back(str(checkedNonEmpty(name, QStringLiteral("ADDR"), address)));
-            }
-            command.request = ControlMessageHelper::makeRegisterStreamMessage(
-                stream(), str(checkedName(name, QStringLiteral("PROCESSOR"), argument("PROCESSOR"))),
-                addresses);
-        } else if (name == QLatin1String("deregister")) {
-            command.request = ControlMessageHelper::makeDeregisterStreamMessage(stream());
-        } else {
-            command.request = ControlMessageHelper::makeResolveStreamMessage(stream());
-            command.presentation = Presentation::ResolvedName;
-        }
-    }
+    command.name = words[0];
+    command.xml = checked.arguments.xml;
+    syntax->build(checked, command);
     return command;
 }
 

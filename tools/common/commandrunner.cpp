@@ -14,6 +14,29 @@ struct CommandRunner::Connection {
     zal::RequestClient client;
 };
 
+ExitStatus CommandResult::status() const {
+    switch (outcome) {
+        case Outcome::Replied:
+            switch (reply.GetResultType()) {
+                case Message::ResultType::Success:
+                    return ExitStatus::Success;
+                case Message::ResultType::Warning:
+                    return ExitStatus::Warning;
+                default:
+                    return ExitStatus::Error;
+            }
+        case Outcome::NoReply:
+            return ExitStatus::Timeout;
+        case Outcome::BadUsage:
+            return ExitStatus::Usage;
+        case Outcome::UnreadableReply:
+        case Outcome::NoStreamAddress:
+        case Outcome::Failed:
+            break;
+    }
+    return ExitStatus::Error;
+}
+
 CommandRunner::CommandRunner(std::string endpoint, int timeoutMs, bool xml, std::string prefix)
     : endpoint(std::move(endpoint)), timeoutMs(timeoutMs), xml(xml), parser(std::move(prefix)) {}
 
@@ -30,7 +53,7 @@ CommandResult CommandRunner::execute(const QStringList& words) {
     } catch (const std::exception& e) {
         // Beyond UsageError, only a data object's setter can refuse a value the words gave.
         CommandResult result;
-        result.status = ExitStatus::Usage;
+        result.outcome = Outcome::BadUsage;
         result.text = QString::fromUtf8(e.what());
         return result;
     }
@@ -39,87 +62,96 @@ CommandResult CommandRunner::execute(const QStringList& words) {
 CommandResult CommandRunner::execute(const Command& command) {
     CommandResult result;
     try {
-        if (!connection) {
-            try {
-                zal::RequestClient::Prepare prepare;
-                if (!curveServerKey.empty()) {
-                    prepare = [server = curveServerKey, keys = curveClientKeys](zmq::socket_t& socket) {
-                        zal::CurveKeys::applyClient(socket, server, keys);
-                    };
-                }
-                connection = std::make_unique<Connection>(endpoint, timeoutMs, std::move(prepare));
-            } catch (const zmq::error_t& e) {
-                result.status = ExitStatus::Usage;
-                result.text = QStringLiteral("Cannot use endpoint '%1': %2")
-                                  .arg(QString::fromStdString(endpoint), QString::fromUtf8(e.what()));
-                return result;
-            }
+        if (!connect(result)) {
+            return result;
         }
-        bool replied = false;
         if (command.resolveAt.empty()) {
-            replied = ask(command.destination, command.request, result);
-        } else {
-            if (!ask(command.resolveAt, command.request, result) || result.status != ExitStatus::Success) {
-                result.text =
-                    QStringLiteral("Cannot resolve stream '%1': %2").arg(command.streamName, result.text);
-                return result;
-            }
-            const QVector<QString> addresses = result.reply.GetStreamAddresses();
-            if (addresses.isEmpty()) {
-                result.status = ExitStatus::Error;
-                result.text =
-                    QStringLiteral("Cannot resolve stream '%1': it has no address.").arg(command.streamName);
-                return result;
-            }
-            replied =
-                ask(command.destination,
-                    zal::ControlMessageHelper::makeConnectStreamMessage(
-                        command.streamName.toStdString(), addresses.front().toStdString(), command.filters),
-                    result);
+            ask(command.destination, command.request, result);
+        } else if (!connectByName(command, result)) {
+            return result;
         }
-        if (replied) {
+        if (result.outcome == Outcome::Replied) {
             result.text = command.xml || xml ? ReplyFormatter::formatXml(result.reply)
                                              : ReplyFormatter::format(result.reply, command.presentation);
         }
     } catch (const std::exception& e) {
-        result.status = ExitStatus::Error;
+        result.outcome = Outcome::Failed;
         result.text = QStringLiteral("Request failed: %1").arg(QString::fromUtf8(e.what()));
     }
     return result;
 }
 
-// True when a readable reply arrived, whatever its result; the status then follows the result.
-// Otherwise the status tells an unreadable reply (an error: something did answer) from silence,
-// and the text holds the reason.
-bool CommandRunner::ask(const std::string& destination, const Message& request, CommandResult& result) {
-    Message reply;
-    zal::RequestClient& client = connection->client;
-    const bool success = client.request(zal::ControlMessageHelper::makeIdentity(destination), request, reply);
-    result.reply = reply;
-    result.text = QString::fromStdString(client.getLastMessageText());
-    if (success) {
-        result.status = ExitStatus::Success;
+bool CommandRunner::connect(CommandResult& result) {
+    if (connection) {
         return true;
     }
-    if (reply.IsMessageTypeSet()) {
-        result.status =
-            reply.GetResultType() == Message::ResultType::Warning ? ExitStatus::Warning : ExitStatus::Error;
-        result.text = ReplyFormatter::format(reply, Presentation::Nothing);
+    try {
+        zal::RequestClient::Prepare prepare;
+        if (!curveServerKey.empty()) {
+            prepare = [server = curveServerKey, keys = curveClientKeys](zmq::socket_t& socket) {
+                zal::CurveKeys::applyClient(socket, server, keys);
+            };
+        }
+        connection = std::make_unique<Connection>(endpoint, timeoutMs, std::move(prepare));
         return true;
-    }
-    if (result.text.startsWith(QLatin1String("Invalid reply"))) {
-        result.status = ExitStatus::Error;
+    } catch (const zmq::error_t& e) {
+        result.outcome = Outcome::BadUsage;
+        result.text = QStringLiteral("Cannot use endpoint '%1': %2")
+                          .arg(QString::fromStdString(endpoint), QString::fromUtf8(e.what()));
         return false;
     }
-    result.status = ExitStatus::Timeout;
-    result.text =
-        QStringLiteral(
-            "Time-out: %1 (no reply from %2; nothing listens at the endpoint, or that "
-            "group or processor does not exist%3)")
-            .arg(result.text, QString::fromStdString(destination),
-                 curveServerKey.empty() ? QString()
-                                        : QStringLiteral(", or the server refused these CURVE keys"));
-    return false;
+}
+
+bool CommandRunner::connectByName(const Command& command, CommandResult& result) {
+    ask(command.resolveAt, command.request, result);
+    if (result.outcome != Outcome::Replied || result.status() != ExitStatus::Success) {
+        result.text = QStringLiteral("Cannot resolve stream '%1': %2").arg(command.streamName, result.text);
+        return false;
+    }
+    const QVector<QString> addresses = result.reply.GetStreamAddresses();
+    if (addresses.isEmpty()) {
+        result.outcome = Outcome::NoStreamAddress;
+        result.text =
+            QStringLiteral("Cannot resolve stream '%1': it has no address.").arg(command.streamName);
+        return false;
+    }
+    ask(command.destination,
+        zal::ControlMessageHelper::makeConnectStreamMessage(command.streamName.toStdString(),
+                                                            addresses.front().toStdString(), command.filters),
+        result);
+    return true;
+}
+
+// The text is the reply's result and text when it is no success (what a failed resolve shows),
+// the client's reason when no readable reply came.
+void CommandRunner::ask(const std::string& destination, const Message& request, CommandResult& result) {
+    zal::RequestClient& client = connection->client;
+    Message reply;
+    const zal::ReplyStatus status =
+        client.exchange(zal::ControlMessageHelper::makeIdentity(destination), request, reply);
+    result.reply = reply;
+    result.text = QString::fromStdString(client.getLastMessageText());
+    switch (status) {
+        case zal::ReplyStatus::Received:
+            result.outcome = Outcome::Replied;
+            if (result.status() != ExitStatus::Success) {
+                result.text = ReplyFormatter::format(reply, Presentation::Nothing);
+            }
+            return;
+        case zal::ReplyStatus::Unreadable:
+            result.outcome = Outcome::UnreadableReply;
+            return;
+        case zal::ReplyStatus::TimedOut:
+            result.outcome = Outcome::NoReply;
+            result.text =
+                QStringLiteral(
+                    "Time-out: %1 (no reply from %2; nothing listens at the endpoint, or that "
+                    "group or processor does not exist%3)")
+                    .arg(result.text, QString::fromStdString(destination),
+                         curveServerKey.empty() ? QString()
+                                                : QStringLiteral(", or the server refused these CURVE keys"));
+            return;
+    }
 }
 
 }  // namespace zaltools

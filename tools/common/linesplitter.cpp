@@ -52,7 +52,8 @@ QVector<ScriptLine> LineSplitter::splitScript(const QString& text) {
     for (qsizetype i = 0; i < rawLines.size(); ++i) {
         ScriptLine line;
         line.number = static_cast<int>(i + 1);
-        if (!split(rawLines[i], line.words, line.error) || !line.words.isEmpty()) {
+        line.split = split(rawLines[i], line.words, line.error);
+        if (!line.split || !line.words.isEmpty()) {
             lines << line;
         }
     }

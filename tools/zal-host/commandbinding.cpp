@@ -13,8 +13,8 @@ PipelineRunner::Executor makeCommandExecutor(const std::string& frontend) {
     return [runner](const QStringList& words) {
         const zaltools::CommandResult result = runner->execute(words);
         // A warning is reported and the pipeline goes on; errors, time-outs and usage stop it.
-        const bool fatal =
-            result.status != zaltools::ExitStatus::Success && result.status != zaltools::ExitStatus::Warning;
-        return CommandOutcome{fatal ? static_cast<int>(result.status) : 0, result.text};
+        const zaltools::ExitStatus status = result.status();
+        const bool fatal = status != zaltools::ExitStatus::Success && status != zaltools::ExitStatus::Warning;
+        return CommandOutcome{fatal ? static_cast<int>(status) : 0, result.text};
     };
 }

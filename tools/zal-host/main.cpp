@@ -9,16 +9,17 @@
 #include <QTimer>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "commandbinding.h"
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
-#include "zal/transport/constants.h"
-#include "zal/transport/context.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
 #include "zal/platform/icfg.h"
 #include "zal/platform/idllinstance.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
 
 namespace {
 
@@ -95,21 +96,28 @@ bool isLoopbackTcp(const QString& endpoint) {
            host == QLatin1String("localhost");
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    // Qt's own event loop rather than glib's, unless the user chose: under glib every signal a
-    // QtBridge queues to this thread costs a wake-up system call, under Qt's own only the first
-    // of those that arrive while the loop is busy does, which more than doubles how fast a stream
-    // reaches this thread's slots. zal-host needs nothing of glib.
-    if (!qEnvironmentVariableIsSet("QT_NO_GLIB")) {
-        qputenv("QT_NO_GLIB", "1");
+// Points the library at the configuration file; an exit status when it cannot be read.
+std::optional<int> useConfiguration(const std::optional<QString>& path, QTextStream& err) {
+    if (!path) {
+        return std::nullopt;
     }
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zal-host"));
-    QTextStream out(stdout);
-    QTextStream err(stderr);
+    const QFileInfo file(*path);
+    if (!file.isFile() || !file.isReadable()) {
+        err << "zal-host: cannot read configuration file '" << *path << "'\n";
+        return NoConfiguration;
+    }
+    qputenv("ZAL_CONFIG", file.absoluteFilePath().toLocal8Bit());
+    return std::nullopt;
+}
 
+// What the command line asks for.
+struct Options {
+    std::optional<QString> pipeline;
+    double seconds = 0;  // 0: until a signal
+};
+
+// Sets ZAL_CONFIG from --config; an exit status when the program ends here (help, or bad options).
+std::optional<int> readOptions(Options& options, QTextStream& out, QTextStream& err) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral(
@@ -142,23 +150,85 @@ int main(int argc, char** argv) {
         err << "zal-host: unexpected argument '" << parser.positionalArguments().front() << "'\n";
         return Usage;
     }
-    double seconds = 0;
     if (parser.isSet(duration)) {
         bool ok = false;
-        seconds = parser.value(duration).toDouble(&ok);
-        if (!ok || seconds <= 0) {
+        options.seconds = parser.value(duration).toDouble(&ok);
+        if (!ok || options.seconds <= 0) {
             err << "zal-host: --duration wants a positive number of seconds, not '" << parser.value(duration)
                 << "'\n";
             return Usage;
         }
     }
-    if (parser.isSet(config)) {
-        const QFileInfo file(parser.value(config));
-        if (!file.isFile() || !file.isReadable()) {
-            err << "zal-host: cannot read configuration file '" << parser.value(config) << "'\n";
-            return NoConfiguration;
+    if (parser.isSet(pipeline)) {
+        options.pipeline = parser.value(pipeline);
+    }
+    return useConfiguration(
+        parser.isSet(config) ? std::optional<QString>(parser.value(config)) : std::nullopt, err);
+}
+
+// Announces the frontend, warns when the network reaches it unprotected, and returns the frontend
+// the host's own clients use: with CURVE the in-process one, which needs no keys.
+std::string ownFrontend(IDllInstance* instance, QTextStream& out, QTextStream& err) {
+    auto* environmentDll = dynamic_cast<zal::EnvironmentDll*>(instance);
+    const std::string frontend = environmentDll != nullptr
+                                     ? environmentDll->getEnvironment()->getRouterFrontendAddress()
+                                     : std::string();
+    out << "zal-host: frontend listening at " << QString::fromStdString(frontend) << "\n";
+    out.flush();
+    const bool curve = environmentDll != nullptr && environmentDll->getEnvironment()->frontendUsesCurve();
+    const QString frontendText = QString::fromStdString(frontend);
+    if (frontendText.startsWith(QLatin1String("tcp://")) && !curve && !isLoopbackTcp(frontendText)) {
+        err << "zal-host: WARNING: the frontend " << frontendText
+            << " is reachable from the network without authentication or encryption: anyone who can "
+               "connect can control this host and read its replies. Set CurveSecretKeyFile and "
+               "CurveAuthorizedKeysFile in the configuration, or listen on 127.0.0.1.\n";
+        err.flush();
+    }
+    return curve ? std::string(zal::routerFrontendAddressDefault) : frontend;
+}
+
+// Runs the pipeline, then the event loop until a signal or the duration; the exit status.
+int serve(QCoreApplication& app, const std::string& frontend, const Options& options, QTextStream& out,
+          QTextStream& err) {
+    // Destroyed on return: its sockets must be closed before the context goes, or terminating
+    // the context waits forever.
+    PipelineRunner runner(frontend, splitPipelineLine, makeCommandExecutor(frontend), out);
+    if (options.pipeline) {
+        QString error;
+        if (!runner.run(*options.pipeline, error)) {
+            err << "zal-host: " << error << "\n";
+            return PipelineFailed;
         }
-        qputenv("ZAL_CONFIG", file.absoluteFilePath().toLocal8Bit());
+    }
+    SignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
+        out << "\nzal-host: signal " << number << ", stopping\n";
+        QCoreApplication::quit();
+    });
+    if (options.seconds > 0) {
+        QTimer::singleShot(static_cast<int>(options.seconds * 1000), &app, &QCoreApplication::quit);
+    }
+    app.exec();
+    runner.printSummaries();
+    return Ok;
+}
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Qt's own event loop rather than glib's, unless the user chose: under glib every signal a
+    // QtBridge queues to this thread costs a wake-up system call, under Qt's own only the first
+    // of those that arrive while the loop is busy does, which more than doubles how fast a stream
+    // reaches this thread's slots. zal-host needs nothing of glib.
+    if (!qEnvironmentVariableIsSet("QT_NO_GLIB")) {
+        qputenv("QT_NO_GLIB", "1");
+    }
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("zal-host"));
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    Options options;
+    if (const std::optional<int> status = readOptions(options, out, err)) {
+        return *status;
     }
 
     raiseDescriptorLimit();
@@ -175,50 +245,7 @@ int main(int argc, char** argv) {
         library.destroy(instance);
         return StartFailed;
     }
-    auto* environmentDll = dynamic_cast<zal::EnvironmentDll*>(instance);
-    const std::string frontend = environmentDll != nullptr
-                                     ? environmentDll->getEnvironment()->getRouterFrontendAddress()
-                                     : std::string();
-    out << "zal-host: frontend listening at " << QString::fromStdString(frontend) << "\n";
-    out.flush();
-    const bool curve = environmentDll != nullptr && environmentDll->getEnvironment()->frontendUsesCurve();
-    const QString frontendText = QString::fromStdString(frontend);
-    if (frontendText.startsWith(QLatin1String("tcp://")) && !curve && !isLoopbackTcp(frontendText)) {
-        err << "zal-host: WARNING: the frontend " << frontendText
-            << " is reachable from the network without authentication or encryption: anyone who can "
-               "connect can control this host and read its replies. Set CurveSecretKeyFile and "
-               "CurveAuthorizedKeysFile in the configuration, or listen on 127.0.0.1.\n";
-        err.flush();
-    }
-    // The host's own clients are inside the process: with CURVE they use the in-process frontend,
-    // which needs no keys.
-    const std::string ownFrontend = curve ? std::string(zal::routerFrontendAddressDefault) : frontend;
-
-    int status = Ok;
-    // The runner's sockets must be closed before the context goes, or terminating it waits forever.
-    auto runner = std::make_unique<PipelineRunner>(ownFrontend, splitPipelineLine,
-                                                   makeCommandExecutor(ownFrontend), out);
-    if (parser.isSet(pipeline)) {
-        QString error;
-        if (!runner->run(parser.value(pipeline), error)) {
-            err << "zal-host: " << error << "\n";
-            status = PipelineFailed;
-        }
-    }
-    if (status == Ok) {
-        SignalWatcher signalWatcher;
-        QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
-            out << "\nzal-host: signal " << number << ", stopping\n";
-            QCoreApplication::quit();
-        });
-        if (seconds > 0) {
-            QTimer::singleShot(static_cast<int>(seconds * 1000), &app, &QCoreApplication::quit);
-        }
-        app.exec();
-        runner->printSummaries();
-    }
-
-    runner.reset();
+    const int status = serve(app, ownFrontend(instance, out, err), options, out, err);
     instance->Shutdown();
     library.destroy(instance);
     zal::Context::Instance().aboutToTerminate();

@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include "zal/transport/constants.h"
 #include "zal/transport/curvekeys.h"
@@ -188,26 +189,49 @@ struct CurveOptions {
 const QStringList curveOptionNames = {"--curve-server-key", "--curve-server-key-file", "--curve-public-key",
                                       "--curve-secret-key", "--curve-secret-key-file"};
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    QStringList arguments;
-    for (int i = 1; i < argc; ++i) {
-        arguments << QString::fromLocal8Bit(argv[i]);
-    }
-    const char* fromEnvironment = std::getenv("ZAL_ENDPOINT");
-    QString endpoint = fromEnvironment != nullptr && *fromEnvironment != '\0'
-                           ? QString::fromLocal8Bit(fromEnvironment)
-                           : QString::fromLatin1(defaultEndpoint);
+// What the options before the command set.
+struct Options {
+    QString endpoint;
     int timeoutMs = zal::socketDefaultTimeout;
     bool xml = false;
     CurveOptions curve;
+};
 
-    qsizetype i = 0;
-    for (; i < arguments.size(); ++i) {
-        const QString& word = arguments[i];
+Options defaultOptions() {
+    Options options;
+    const char* fromEnvironment = std::getenv("ZAL_ENDPOINT");
+    options.endpoint = fromEnvironment != nullptr && *fromEnvironment != '\0'
+                           ? QString::fromLocal8Bit(fromEnvironment)
+                           : QString::fromLatin1(defaultEndpoint);
+    return options;
+}
+
+// One option that takes a value; an exit status when the value cannot be used.
+std::optional<int> takeOption(const QString& option, const QString& value, Options& options) {
+    if (isOption(option, curveOptionNames)) {
+        options.curve.values[option] = value;
+    } else if (option == QLatin1String("--timeout")) {
+        bool number = false;
+        options.timeoutMs = value.toInt(&number);
+        if (!number || options.timeoutMs <= 0) {
+            return usage(
+                QStringLiteral("--timeout '%1' is not a positive number of milliseconds.").arg(value));
+        }
+    } else if (value.isEmpty()) {
+        return usage(QStringLiteral("%1 needs a non-empty endpoint.").arg(option));
+    } else {
+        options.endpoint = value;
+    }
+    return std::nullopt;
+}
+
+// Reads the options before the command and leaves `at` on the command; an exit status when the
+// program ends here (help, or a usage error).
+std::optional<int> readOptions(const QStringList& arguments, Options& options, qsizetype& at) {
+    for (; at < arguments.size(); ++at) {
+        const QString& word = arguments[at];
         if (word == QLatin1String("--")) {
-            ++i;
+            ++at;
             break;
         }
         if (!word.startsWith(QLatin1Char('-'))) {
@@ -218,7 +242,7 @@ int main(int argc, char** argv) {
             return static_cast<int>(ExitStatus::Success);
         }
         if (word == QLatin1String("--xml")) {
-            xml = true;
+            options.xml = true;
             continue;
         }
         const qsizetype equals = word.startsWith(QLatin1String("--")) ? word.indexOf(QLatin1Char('=')) : -1;
@@ -226,67 +250,72 @@ int main(int argc, char** argv) {
         if (!isOption(option, {"-e", "--endpoint", "--timeout"}) && !isOption(option, curveOptionNames)) {
             return usage(QStringLiteral("unknown option '%1'.").arg(option));
         }
-        QString value;
-        if (equals >= 0) {
-            value = word.mid(equals + 1);
-        } else if (i + 1 < arguments.size()) {
-            value = arguments[++i];
-        } else {
+        if (equals < 0 && at + 1 >= arguments.size()) {
             return usage(QStringLiteral("option %1 needs a value.").arg(option));
         }
-        if (isOption(option, curveOptionNames)) {
-            curve.values[option] = value;
-        } else if (option == QLatin1String("--timeout")) {
-            bool number = false;
-            timeoutMs = value.toInt(&number);
-            if (!number || timeoutMs <= 0) {
-                return usage(
-                    QStringLiteral("--timeout '%1' is not a positive number of milliseconds.").arg(value));
-            }
-        } else if (value.isEmpty()) {
-            return usage(QStringLiteral("%1 needs a non-empty endpoint.").arg(option));
-        } else {
-            endpoint = value;
+        const QString value = equals >= 0 ? word.mid(equals + 1) : arguments[++at];
+        if (const std::optional<int> status = takeOption(option, value, options)) {
+            return status;
         }
     }
-    if (i >= arguments.size()) {
+    if (at >= arguments.size()) {
         return usage(QStringLiteral("no command given."));
     }
+    return std::nullopt;
+}
 
-    if (arguments[i] == QLatin1String("keygen")) {
-        return keygen(arguments.mid(i + 1));
+// Throws CurveKeyError for keys that cannot be used.
+void useCurve(const CurveOptions& curve, zaltools::CommandRunner& runner) {
+    const std::string server =
+        curve.key(QStringLiteral("--curve-server-key"), QStringLiteral("--curve-server-key-file"),
+                  "the server's public key");
+    zal::CurveKeys::Pair client;
+    client.secretKey = curve.key(QStringLiteral("--curve-secret-key"),
+                                 QStringLiteral("--curve-secret-key-file"), "this client's secret key");
+    client.publicKey = zal::CurveKeys::publicKeyOf(client.secretKey);
+    if (curve.values.contains(QStringLiteral("--curve-public-key")) &&
+        curve.values[QStringLiteral("--curve-public-key")].trimmed().toStdString() != client.publicKey) {
+        throw zal::CurveKeyError("--curve-public-key does not belong to the secret key given.");
     }
+    runner.useCurve(server, client);
+}
 
-    zaltools::CommandRunner runner(endpoint.toStdString(), timeoutMs, xml);
-    if (curve.any()) {
+int run(const Options& options, const QStringList& words) {
+    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, options.xml);
+    if (options.curve.any()) {
         try {
-            const std::string server =
-                curve.key(QStringLiteral("--curve-server-key"), QStringLiteral("--curve-server-key-file"),
-                          "the server's public key");
-            zal::CurveKeys::Pair client;
-            client.secretKey =
-                curve.key(QStringLiteral("--curve-secret-key"), QStringLiteral("--curve-secret-key-file"),
-                          "this client's secret key");
-            client.publicKey = zal::CurveKeys::publicKeyOf(client.secretKey);
-            if (curve.values.contains(QStringLiteral("--curve-public-key")) &&
-                curve.values[QStringLiteral("--curve-public-key")].trimmed().toStdString() !=
-                    client.publicKey) {
-                throw zal::CurveKeyError("--curve-public-key does not belong to the secret key given.");
-            }
-            runner.useCurve(server, client);
+            useCurve(options.curve, runner);
         } catch (const zal::CurveKeyError& e) {
             return usage(QString::fromStdString(e.what()));
         }
     }
-    const zaltools::CommandResult result = runner.execute(arguments.mid(i));
-    switch (result.status) {
-        case ExitStatus::Usage:
+    const zaltools::CommandResult result = runner.execute(words);
+    switch (result.outcome) {
+        case zaltools::Outcome::BadUsage:
             return usage(result.text);
-        case ExitStatus::Timeout:
+        case zaltools::Outcome::NoReply:
             print(stderr, QStringLiteral("zalctl: %1").arg(result.text));
             break;
         default:
             print(stdout, result.text);
     }
-    return static_cast<int>(result.status);
+    return static_cast<int>(result.status());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    Options options = defaultOptions();
+    qsizetype at = 0;
+    if (const std::optional<int> status = readOptions(arguments, options, at)) {
+        return *status;
+    }
+    if (arguments[at] == QLatin1String("keygen")) {
+        return keygen(arguments.mid(at + 1));
+    }
+    return run(options, arguments.mid(at));
 }

@@ -232,8 +232,10 @@ private:
     QString CheckFailure(bool deep) const;
     QString PleaseSet(const char* property) const;
     [[noreturn]] void ThrowLengthError() const;
+    // A nested object to read into, with this object's validation switch and logger.
+    std::unique_ptr<IRGObject> NewNested(const PropertyInfo& property) const;
     void WriteElement(QDataStream& stream, int index, RGObjectData* d) const;
-    // Defined and instantiated in the base's source only, for QXmlStreamWriter and the direct writer.
+    // Defined and instantiated in irgobjectxml.cpp only, for QXmlStreamWriter and the direct writer.
     template <class Writer>
     bool WriteXmlTo(Writer& writer, bool validating) const;
     template <class Writer>
@@ -241,8 +243,14 @@ private:
     // What Qt's writer makes of the object, for what the direct writer leaves to it.
     QString GetXmlStringFromQt() const;
     void ReadElement(QDataStream& stream, int index, qint64 length);
+    // The readers take what they read from `budget`, the bytes left of the element, and throw the
+    // length error rather than read past it.
+    bool ReadBool(QDataStream& stream, qint64& budget) const;
+    // A non-negative qint32 of at most `most` (a count or an item's length).
+    qint32 ReadLength(QDataStream& stream, qint64& budget, qint64 most) const;
+    void ReadListElement(QDataStream& stream, int index, qint64& budget);
     QString ReadUtf8(QDataStream& stream, qint64& budget) const;
-    // Defined and instantiated in the base's source only, for QXmlStreamReader and the direct reader.
+    // Defined and instantiated in irgobjectxml.cpp only, for QXmlStreamReader and the direct reader.
     template <class Reader>
     [[noreturn]] void ThrowXmlErrorFrom(Reader& reader, const QString& text) const;
     template <class Reader>

@@ -11,6 +11,7 @@
 #include "zal/msg/processor.h"
 #include "zal/processors/processorcontrolinterface.h"
 #include "zal/processors/processorcontrolmessagehandler.h"
+#include "zal/services/controlline.h"
 #include "zal/services/nameserviceclient.h"
 #include "zal/threads/zmqcontrollable.h"
 #include "zal/transport/inputclient.h"
@@ -88,9 +89,7 @@ private:
     QString refusal;
     std::unique_ptr<NameServiceClient> nameServiceClient;
     std::unique_ptr<ProcessorControlMessageHandler<ZmqControlSocket>> messageHandler;
-    std::unique_ptr<zmq::socket_t> controlSocket;
-    std::unique_ptr<ZmqControlSocket> controlTemplate;
-    std::unique_ptr<InputClientBase<ZmqControlSocket, ControlMessage>> controlClient;
+    std::unique_ptr<ControlLine> controlLine;
     int controlSocketIndex = -1;
     std::unique_ptr<zmq::socket_t> broadcastSocket;
     std::unique_ptr<ZmqSubControlSocket> broadcastTemplate;

@@ -10,12 +10,12 @@
 
 namespace zal {
 
-// Owned and used by one service thread. Requests arrive as (requester, payload) envelopes and the
-// handler's replies travel back the same way.
+// Owned and used by one service or processor thread. Requests arrive as (requester, payload) envelopes and
+// the handler's replies travel back the same way.
 class ControlLine {
 public:
     ControlLine(const std::string& routerEndpoint, const std::string& identity,
-                ControlMessageHandler& handler);
+                MessageHandler<ZmqControlSocket, ControlMessage>& handler);
     ~ControlLine();
     ControlLine(const ControlLine&) = delete;
     ControlLine& operator=(const ControlLine&) = delete;

@@ -1,14 +1,29 @@
 // The answer-every-request pattern of the services: decode, dispatch by type, reply in the same envelope.
 #pragma once
 
-#include "zal/transport/messagehandler.h"
 #include "zal/msg/controlmessage.h"
+#include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/messagehandler.h"
 
 namespace zal {
 
-// Every request gets exactly one reply: the request itself, changed by dispatch(), sent back in
-// the request's routing envelope on the socket it came on. A payload that is not a control
-// message is answered with an error instead of being dispatched.
+// Decodes the request in `envelope` and hands it to dispatch(zalmsg::ControlMessage&), which sets
+// its result; a payload that is not a control message is answered with an error instead of being
+// dispatched. The request, so changed, goes back in its own routing envelope on `replySocket`;
+// a null socket leaves it unanswered. The one road of every request a service or processor gets.
+template <class Socket, class Dispatch>
+void answerControlRequest(ControlMessage& envelope, Socket* replySocket, Dispatch&& dispatch) {
+    zalmsg::ControlMessage message;
+    if (ControlMessageHelper::decodeRequest(envelope.data, message)) {
+        dispatch(message);
+    }
+    if (replySocket != nullptr) {
+        envelope.data = ControlMessageHelper::toPayload(message);
+        replySocket->sendMessage(envelope);
+    }
+}
+
+// Every request gets exactly one reply, on the socket it came on.
 class ControlRequestHandler : public ControlMessageHandler {
 public:
     // Throws SocketError "No reply socket available" when there is nowhere to answer.

@@ -6,14 +6,21 @@
 #include <memory>
 #include <string>
 
-#include "zal/transport/constants.h"
-#include "zal/transport/context.h"
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/msg/messagetextprovider.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/context.h"
 #include "zal/transport/socketreader.h"
 #include "zal/transport/zmqcontrolsockettemplate.h"
 
 namespace zal {
+
+// What became of one request.
+enum class ReplyStatus {
+    Received,    // a control message came back, whatever its result
+    TimedOut,    // nothing came back within the time-out
+    Unreadable,  // something came back that is not a control message
+};
 
 // Belongs to one thread. A REQ socket alternates strictly between send and receive, so every
 // time-out throws the socket away and the next request starts on a fresh connection; a late
@@ -24,10 +31,12 @@ public:
     // Called on every socket the client opens, before it connects (for security options).
     using Prepare = std::function<void(Socket&)>;
 
-    // withAddress: the envelope's address travels as a frame of its own (mode 3: for a ROUTER
-    // peer that reads it as the destination); otherwise the payload travels alone (mode 4).
+    // withAddress: the envelope's address travels as a frame of its own (Addressed: for a ROUTER
+    // peer that reads it as the destination); otherwise the payload travels alone (DataOnly).
     RequestClientTemplate(const std::string& endpoint, bool withAddress, int timeoutMs, Prepare prepare = {})
-        : endpoint(endpoint), envelopeMode(withAddress ? 3 : 4), prepare(std::move(prepare)) {
+        : endpoint(endpoint),
+          envelopeMode(withAddress ? EnvelopeMode::Addressed : EnvelopeMode::DataOnly),
+          prepare(std::move(prepare)) {
         open();
         reader->setTimeout(timeoutMs);
     }
@@ -42,10 +51,18 @@ public:
     }
     bool request(const QByteArray& destination, const zalmsg::ControlMessage& message,
                  zalmsg::ControlMessage& reply) {
+        return exchange(destination, message, reply) == ReplyStatus::Received &&
+               reply.GetResultType() == zalmsg::ControlMessage::ResultType::Success;
+    }
+
+    // Sends, waits and parses the reply. Received: `reply` holds it and the last message text is
+    // its text; otherwise the last message text gives the reason.
+    ReplyStatus exchange(const QByteArray& destination, const zalmsg::ControlMessage& message,
+                         zalmsg::ControlMessage& reply) {
         send(destination, message);
         if (!waitForReply()) {
             reset();
-            return false;
+            return ReplyStatus::TimedOut;
         }
         ControlMessage envelope;
         controlSocket->receiveMessage(envelope);
@@ -53,9 +70,10 @@ public:
             reply = ControlMessageHelper::fromPayload(envelope.data);
         } catch (const std::exception& e) {
             setLastMessageText(std::string("Invalid reply: ") + e.what());
-            return false;
+            return ReplyStatus::Unreadable;
         }
-        return checkMessageResult(reply);
+        checkMessageResult(reply);
+        return ReplyStatus::Received;
     }
 
     // Sends without waiting; the caller must receive (or reset) before the next send.
@@ -111,7 +129,7 @@ private:
     }
 
     std::string endpoint;
-    int envelopeMode;
+    EnvelopeMode envelopeMode;
     Prepare prepare;
     std::unique_ptr<Socket> socket;
     std::shared_ptr<ControlSocket> controlSocket;

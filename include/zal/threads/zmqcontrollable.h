@@ -28,6 +28,14 @@ protected:
     // Adds the creator pipe to the poll set for input and remembers its index; without a pipe
     // (a service driven directly, outside the frame) there is nothing to add and -1 comes back.
     int addCreatorSocket();
+    // The whole of process() for a service that only answers: waits for input and calls serve()
+    // after each wake-up, until the creator speaks or the wait fails.
+    template <class Serve>
+    void serveUntilStopped(Serve&& serve) {
+        while (reader.waitForSockets() && checkCreatorSocket()) {
+            serve();
+        }
+    }
 
     std::shared_ptr<zmq::socket_t> creatorSocket;
     SocketReader reader;

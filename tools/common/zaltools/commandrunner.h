@@ -6,22 +6,35 @@
 #include <memory>
 #include <string>
 
+#include "zal/msg/controlmessage.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/curvekeys.h"
-#include "zal/msg/controlmessage.h"
 #include "zaltools/command.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/exitstatus.h"
 
 namespace zaltools {
 
+// What became of one command.
+enum class Outcome {
+    Replied,          // a reply was read: `reply` holds it, and its result type decides
+    NoReply,          // nothing came back within the time-out
+    UnreadableReply,  // something came back that is not a control message
+    NoStreamAddress,  // the stream to connect to resolved to no address
+    BadUsage,         // the words, a value they give or the endpoint cannot be used
+    Failed,           // the request failed on the way (the text says how)
+};
+
 struct CommandResult {
-    ExitStatus status = ExitStatus::Success;
-    // What to show: the formatted (or XML) reply, or for a usage error or a time-out the reason.
+    Outcome outcome = Outcome::Replied;
+    // What to show: the formatted (or XML) reply, or the reason when there is none to show.
     // No final newline.
     QString text;
-    // The last reply received; its message type is unset when no reply arrived.
+    // The last reply received; for a connect by stream name, the resolve's reply when it failed.
     zalmsg::ControlMessage reply;
+
+    // Success, Warning or Error by the reply's result; Timeout, Error or Usage for the others.
+    ExitStatus status() const;
 };
 
 // Belongs to the thread that constructs it: requests block that thread for at most the time-out
@@ -48,7 +61,13 @@ public:
 
 private:
     struct Connection;
-    bool ask(const std::string& destination, const zalmsg::ControlMessage& request, CommandResult& result);
+    // Opens the connection at the first command; false, with the result filled in, when the
+    // endpoint cannot be used.
+    bool connect(CommandResult& result);
+    void ask(const std::string& destination, const zalmsg::ControlMessage& request, CommandResult& result);
+    // Resolves the stream at the name service, then asks for the connect to its first address;
+    // false when the resolve gave no address to connect to.
+    bool connectByName(const Command& command, CommandResult& result);
 
     std::string endpoint;
     int timeoutMs;

@@ -7,10 +7,11 @@
 
 namespace zaltools {
 
-// One non-empty line of a pipeline file. `error` is non-empty when the line cannot be split;
-// `words` is then empty.
+// One non-empty line of a pipeline file. When it cannot be split, `split` is false, `error` says
+// why and `words` is empty.
 struct ScriptLine {
     int number = 0;  // 1-based, counted over every line of the text, blank and comment lines included
+    bool split = true;
     QStringList words;
     QString error;
 };
