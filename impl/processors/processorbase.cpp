@@ -26,7 +26,7 @@ std::string ProcessorBase::getEndpointString() const {
 bool ProcessorBase::initialize() {
     reader.clear();
     addCreatorSocket();
-    messageHandler = std::make_unique<ProcessorControlMessageHandler<ZmqControlSocket>>(this);
+    messageHandler = std::make_unique<ProcessorControlMessageHandler<ZmqControlSocket>>(this, &refusal);
     broadcastSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::sub);
     broadcastTemplate = std::make_unique<ZmqSubControlSocket>(*broadcastSocket);
     broadcastClient = std::make_unique<SubInputClient<ZmqControlSocket, ControlMessage>>(

@@ -1,5 +1,8 @@
 #include "zal/processors/processorcontrolmessagehandler.h"
 
+#include <functional>
+#include <utility>
+
 #include "zal/msg/configtool.h"
 #include "zal/services/controlrequesthandler.h"
 
@@ -10,33 +13,58 @@ namespace {
 using Message = zalmsg::ControlMessage;
 using Type = zalmsg::ControlMessage::MessageType;
 
+// One request being handled: the processor asked, the message that becomes the reply, and where
+// the processor leaves the reason of a refusal.
+struct Call {
+    ProcessorControlInterface& processor;
+    Message& message;
+    QString* refusal;
+
+    QString takeRefusal() const {
+        return refusal != nullptr ? std::exchange(*refusal, QString()) : QString();
+    }
+};
+
+QString withReason(const QString& failure, const QString& reason) {
+    return reason.isEmpty() ? failure : failure + QStringLiteral(" (") + reason + QLatin1Char(')');
+}
+
 // Runs one operation; on failure (false or an exception) the request gets the text `failure`
-// makes, which is composed only then: most requests succeed, and formatting costs as much as
-// a small request's whole answer.
+// makes, with the reason: the processor's own, else what `explain` finds, else the exception's
+// text. Texts are composed only on failure: most requests succeed, and formatting costs as much
+// as a small request's whole answer.
 template <class Operation, class Failure>
-void perform(Message& message, Operation&& operation, Failure&& failure) {
+void perform(const Call& call, Operation&& operation, Failure&& failure,
+             const std::function<QString()>& explain = {}) {
+    call.takeRefusal();
     try {
         if (operation()) {
-            ConfigTool::setResultSuccess(message);
+            ConfigTool::setResultSuccess(call.message);
             return;
         }
-        ConfigTool::setErrorMessage(message, failure());
+        QString reason = call.takeRefusal();
+        if (reason.isEmpty() && explain) {
+            reason = explain();
+        }
+        ConfigTool::setErrorMessage(call.message, withReason(failure(), reason));
     } catch (const std::exception& e) {
-        ConfigTool::setErrorMessage(message,
-                                    failure() + QStringLiteral(" (") + QString::fromUtf8(e.what()) + ')');
+        call.takeRefusal();
+        ConfigTool::setErrorMessage(call.message, withReason(failure(), QString::fromUtf8(e.what())));
     } catch (...) {
         // Plug-in code may throw anything; escaping here it would end the processor's thread
         // silently, and every later request to it would only time out.
-        ConfigTool::setErrorMessage(message,
-                                    failure() + QStringLiteral(" (An unknown exception was thrown)"));
+        call.takeRefusal();
+        ConfigTool::setErrorMessage(call.message,
+                                    withReason(failure(), QStringLiteral("An unknown exception was thrown")));
     }
 }
 
 // perform for an operation that hands back a value: on success `answer` puts it into the reply.
 template <class Value, class Operation, class Answer, class Failure>
-void performWithValue(Message& message, Operation&& operation, Answer&& answer, Failure&& failure) {
+void performWithValue(const Call& call, Operation&& operation, Answer&& answer, Failure&& failure,
+                      const std::function<QString()>& explain = {}) {
     perform(
-        message,
+        call,
         [&] {
             Value value{};
             const bool ok = operation(value);
@@ -45,16 +73,30 @@ void performWithValue(Message& message, Operation&& operation, Answer&& answer, 
             }
             return ok;
         },
-        failure);
+        failure, explain);
 }
 
-void connect(ProcessorControlInterface& processor, Message& message) {
-    const Message& request = message;
+// Why a parameter was refused when the processor did not say: the name is not one it lists.
+QString unknownParameter(const Call& call, const QString& name) {
+    QStringList names;
+    const bool listed = call.processor.getParameterList(names);
+    call.takeRefusal();
+    if (!listed || names.isEmpty()) {
+        return QStringLiteral("this processor has no parameters");
+    }
+    if (names.contains(name)) {
+        return QString();
+    }
+    return QStringLiteral("no parameter '%1'; parameters: %2").arg(name, names.join(QStringLiteral(", ")));
+}
+
+void connect(const Call& call) {
+    const Message& request = call.message;
     perform(
-        message,
+        call,
         [&] {
-            return processor.connect(request.GetStreamName(), request.GetStreamAddress(),
-                                     request.GetMessageFilter());
+            return call.processor.connect(request.GetStreamName(), request.GetStreamAddress(),
+                                          request.GetMessageFilter());
         },
         [&] {
             return QStringLiteral("Cannot connect to: %1, %2")
@@ -62,24 +104,24 @@ void connect(ProcessorControlInterface& processor, Message& message) {
         });
 }
 
-void querySources(ProcessorControlInterface& processor, Message& message) {
+void querySources(const Call& call) {
     performWithValue<QVector<zalmsg::DataSource>>(
-        message, [&](auto& sources) { return processor.querySources(sources); },
-        [&](const auto& sources) { message.SetDataSource(sources); },
+        call, [&](auto& sources) { return call.processor.querySources(sources); },
+        [&](const auto& sources) { call.message.SetDataSource(sources); },
         [] { return QStringLiteral("Cannot query sources"); });
 }
 
-void queryStreams(ProcessorControlInterface& processor, Message& message) {
+void queryStreams(const Call& call) {
     performWithValue<QVector<zalmsg::DataStream>>(
-        message, [&](auto& streams) { return processor.queryStreams(streams); },
-        [&](const auto& streams) { message.SetDataStream(streams); },
+        call, [&](auto& streams) { return call.processor.queryStreams(streams); },
+        [&](const auto& streams) { call.message.SetDataStream(streams); },
         [] { return QStringLiteral("Cannot query streams"); });
 }
 
-void startOrStop(ProcessorControlInterface& processor, Message& message, bool start) {
-    const QString& stream = static_cast<const Message&>(message).GetStreamName();
+void startOrStop(const Call& call, bool start) {
+    const QString& stream = static_cast<const Message&>(call.message).GetStreamName();
     perform(
-        message, [&] { return start ? processor.start(stream) : processor.stop(stream); },
+        call, [&] { return start ? call.processor.start(stream) : call.processor.stop(stream); },
         [&] {
             return (start ? QStringLiteral("Cannot start stream: %1")
                           : QStringLiteral("Cannot stop stream: %1"))
@@ -87,68 +129,70 @@ void startOrStop(ProcessorControlInterface& processor, Message& message, bool st
         });
 }
 
-void setParameter(ProcessorControlInterface& processor, Message& message) {
-    const Message& request = message;
+void setParameter(const Call& call) {
+    const Message& request = call.message;
     perform(
-        message, [&] { return processor.setParameter(request.GetParameterName(), request.GetParameter()); },
-        [&] { return QStringLiteral("Cannot set parameter: %1").arg(request.GetParameterName()); });
+        call, [&] { return call.processor.setParameter(request.GetParameterName(), request.GetParameter()); },
+        [&] { return QStringLiteral("Cannot set parameter: %1").arg(request.GetParameterName()); },
+        [&] { return unknownParameter(call, request.GetParameterName()); });
 }
 
-void getParameter(ProcessorControlInterface& processor, Message& message) {
-    const Message& request = message;
+void getParameter(const Call& call) {
+    const Message& request = call.message;
     performWithValue<QString>(
-        message, [&](QString& value) { return processor.getParameter(request.GetParameterName(), value); },
-        [&](const QString& value) { ConfigTool::setResultSuccess(message, value); },
-        [&] { return QStringLiteral("Cannot get parameter: %1").arg(request.GetParameterName()); });
+        call, [&](QString& value) { return call.processor.getParameter(request.GetParameterName(), value); },
+        [&](const QString& value) { ConfigTool::setResultSuccess(call.message, value); },
+        [&] { return QStringLiteral("Cannot get parameter: %1").arg(request.GetParameterName()); },
+        [&] { return unknownParameter(call, request.GetParameterName()); });
 }
 
-void getParameterList(ProcessorControlInterface& processor, Message& message) {
+void getParameterList(const Call& call) {
     performWithValue<QStringList>(
-        message, [&](QStringList& names) { return processor.getParameterList(names); },
+        call, [&](QStringList& names) { return call.processor.getParameterList(names); },
         [&](const QStringList& names) {
-            ConfigTool::setResultSuccess(message, names.join(QLatin1Char(',')));
+            ConfigTool::setResultSuccess(call.message, names.join(QLatin1Char(',')));
         },
         [] { return QStringLiteral("Cannot get list of parameters"); });
 }
 
 // The failure text names ParameterName although the call takes Parameter: kept so.
-void startNewRecording(ProcessorControlInterface& processor, Message& message) {
-    const Message& request = message;
+void startNewRecording(const Call& call) {
+    const Message& request = call.message;
     perform(
-        message,
+        call,
         [&] {
             QString parameter = request.GetParameter();
-            const bool ok = processor.startNewRecording(parameter);
+            const bool ok = call.processor.startNewRecording(parameter);
             if (ok) {
-                ConfigTool::setResultSuccess(message, parameter);
+                ConfigTool::setResultSuccess(call.message, parameter);
             }
             return ok;
         },
         [&] { return QStringLiteral("Cannot start new recording: %1").arg(request.GetParameterName()); });
 }
 
-void dispatch(ProcessorControlInterface& processor, Message& message) {
-    switch (message.GetMessageType()) {
+void dispatch(const Call& call) {
+    switch (call.message.GetMessageType()) {
         case Type::Connect:
-            return connect(processor, message);
+            return connect(call);
         case Type::QuerySources:
-            return querySources(processor, message);
+            return querySources(call);
         case Type::QueryStreams:
-            return queryStreams(processor, message);
+            return queryStreams(call);
         case Type::Start:
-            return startOrStop(processor, message, true);
+            return startOrStop(call, true);
         case Type::Stop:
-            return startOrStop(processor, message, false);
+            return startOrStop(call, false);
         case Type::SetParameter:
-            return setParameter(processor, message);
+            return setParameter(call);
         case Type::GetParameter:
-            return getParameter(processor, message);
+            return getParameter(call);
         case Type::GetParameterList:
-            return getParameterList(processor, message);
+            return getParameterList(call);
         case Type::StartNewRecording:
-            return startNewRecording(processor, message);
+            return startNewRecording(call);
         default:
-            ConfigTool::setErrorMessage(message, QStringLiteral("Unknown message type"));
+            ConfigTool::setErrorMessage(call.message, QStringLiteral("Unknown message type"));
     }
 }
 
@@ -156,7 +200,9 @@ void dispatch(ProcessorControlInterface& processor, Message& message) {
 
 template <class Socket>
 void ProcessorControlMessageHandler<Socket>::handleMessage(ControlMessage& envelope, Socket* replySocket) {
-    answerControlRequest(envelope, replySocket, [this](Message& message) { dispatch(*processor, message); });
+    answerControlRequest(envelope, replySocket, [this](Message& message) {
+        dispatch(Call{*processor, message, refusal});
+    });
 }
 
 template class ProcessorControlMessageHandler<ZmqControlSocket>;

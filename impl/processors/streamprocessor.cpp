@@ -154,7 +154,11 @@ bool StreamProcessor::stop(const QString& streamName) {
 bool StreamProcessor::setRunning(const QString& streamName, bool running) {
     const QString own = QString::fromStdString(getDataStreamName());
     if (!streamName.isEmpty() && streamName != own && !connectedStreams.contains(streamName)) {
-        return false;
+        return refuse(QStringLiteral("no stream '%1' here; this processor publishes '%2'%3")
+                          .arg(streamName, own,
+                               connectedStreams.isEmpty()
+                                   ? QString()
+                                   : QStringLiteral(" and reads '%1'").arg(connectedStreams.join("', '"))));
     }
     active = running;
     ConfigTool::setStreamRunning(processor, own, running);

@@ -5,7 +5,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 #include <zmq.hpp>
 
 #include "zal/msg/processor.h"
@@ -38,10 +37,6 @@ public:
     void process() override;
     // Safe to call twice. Subclasses free their own sockets first and call this last.
     void release() override;
-
-    // The reason a control operation gave for refusing the request being handled, cleared by the
-    // reading; empty when it gave none.
-    QString takeRefusal() { return std::exchange(refusal, QString()); }
 
     std::string getName() const { return name; }
     std::string getGroup() const { return group; }
@@ -86,6 +81,7 @@ protected:
 private:
     void freeSockets();
 
+    // Left by refuse() for the control handler, which reads and clears it; this thread's only.
     QString refusal;
     std::unique_ptr<NameServiceClient> nameServiceClient;
     std::unique_ptr<ProcessorControlMessageHandler<ZmqControlSocket>> messageHandler;

@@ -1,23 +1,28 @@
 // Turns a control message into one call of a processor's control interface, and the result into the reply.
 #pragma once
 
-#include "zal/transport/messagehandler.h"
 #include "zal/processors/processorcontrolinterface.h"
+#include "zal/transport/messagehandler.h"
 
 namespace zal {
 
 // A request on the control line gets exactly one reply, the request itself with its result
 // fields filled in; one from the broadcast line (no reply socket) is handled alike, unanswered.
-// An operation that throws (a malformed address, say) is answered as a failure with the reason
-// in brackets, and the processor goes on.
+// A refused request keeps the designed failure text and adds why in brackets: the reason the
+// operation left in `refusal`, the text of what it threw (a malformed address, say), or for an
+// unknown parameter the names it has. The processor goes on either way.
 template <class Socket>
 class ProcessorControlMessageHandler : public MessageHandler<Socket, ControlMessage> {
 public:
-    explicit ProcessorControlMessageHandler(ProcessorControlInterface* processor) : processor(processor) {}
+    // `refusal` is where the processor's operations leave the reason of a refusal (null: they
+    // never give one); the handler clears it after reading. Neither pointer is owned.
+    explicit ProcessorControlMessageHandler(ProcessorControlInterface* processor, QString* refusal = nullptr)
+        : processor(processor), refusal(refusal) {}
     void handleMessage(ControlMessage& message, Socket* replySocket) override;
 
 private:
     ProcessorControlInterface* processor;
+    QString* refusal;
 };
 
 extern template class ProcessorControlMessageHandler<ZmqControlSocket>;

@@ -6,9 +6,9 @@
 #include <string>
 #include <zmq.hpp>
 
+#include "zal/processors/processorgrouptemplate.h"
 #include "zal/services/controllineservice.h"
 #include "zal/services/controlrequesthandler.h"
-#include "zal/processors/processorgrouptemplate.h"
 #include "zal/threads/zmqcontrollablethread.h"
 
 namespace zal {

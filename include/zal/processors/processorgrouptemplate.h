@@ -6,10 +6,10 @@
 #include <string>
 #include <zmq.hpp>
 
+#include "zal/processors/processorbase.h"
 #include "zal/services/controllineservice.h"
 #include "zal/services/controlrequesthandler.h"
 #include "zal/services/nameservice.h"
-#include "zal/processors/processorbase.h"
 #include "zal/threads/zmqcontrollablethread.h"
 
 namespace zal {

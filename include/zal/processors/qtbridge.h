@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
+#include "zal/processors/processorbase.h"
 #include "zal/transport/inputclient.h"
 #include "zal/transport/messagehandler.h"
-#include "zal/processors/processorbase.h"
 #include "zal/transport/zmqbytestreamsockettemplate.h"
 
 namespace zal {
