@@ -241,7 +241,21 @@ void IRGObject::ProcessXmlStartElement(QXmlStreamReader& reader) {
 
 template <class Reader>
 void IRGObject::ReadXmlDocumentFrom(Reader& reader) {
-    if (!reader.readNextStartElement()) {
+    bool atRoot = false;
+    if constexpr (std::is_same_v<Reader, QXmlStreamReader>) {
+        // A data object's XML never needs a document type declaration, and one may declare entities
+        // that a small text expands into gigabytes: it is refused before anything is expanded.
+        while (!atRoot && !reader.atEnd()) {
+            const QXmlStreamReader::TokenType token = reader.readNext();
+            if (token == QXmlStreamReader::DTD) {
+                ThrowXmlErrorFrom(reader, QStringLiteral("A document type declaration is not accepted"));
+            }
+            atRoot = token == QXmlStreamReader::StartElement;
+        }
+    } else {
+        atRoot = reader.readNextStartElement();
+    }
+    if (!atRoot) {
         ThrowXmlErrorFrom(reader, QStringLiteral("The XML text holds no element"));
     }
     if (reader.name() != GetObjectName()) {
