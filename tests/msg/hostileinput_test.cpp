@@ -1,4 +1,5 @@
-// Corrupt binary data and hostile XML end in the data objects' exceptions, never in a crash or a hang.
+// Corrupt binary data and hostile XML end in the data objects' exceptions, never in a crash, a hang or a
+// huge allocation. Random corruption is the fuzzers' work (fuzz/).
 #include <gtest/gtest.h>
 
 #include <QFile>
@@ -6,7 +7,6 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <QtEndian>
-#include <random>
 
 #include "msgtesthelpers.h"
 
@@ -78,6 +78,10 @@ TEST(HostileInput, LyingCountsAndLengthsAreRefusedWithoutAllocating) {
     EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x527EBC58, Be32(0xFFFFFFFF)))));
     EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x527EBC58, Be32(1) + Be32(0xFFFFFFF0)))));
     EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Be32(0x12345678) + Be32(0x80000000))));
+    // A string element too short for its count, and a list item longer than the string it holds.
+    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x62316A1C, "ab"))));
+    EXPECT_TRUE(
+        RefusesBinary(WithHeader(id, type + Element(0x527EBC58, Be32(1) + Be32(8) + Utf8("x") + "pad"))));
     // An element whose content is shorter than its string claims, with the next element behind it.
     EXPECT_TRUE(RefusesBinary(WithHeader(id, Element(0x62316A1C, Be32(9) + "abc") + type)));
     // A boolean element of the wrong size, nested inside a data stream.
@@ -104,21 +108,6 @@ TEST(HostileInput, LyingCountsAndLengthsAreRefusedWithoutAllocating) {
     EXPECT_THROW(message.SetCompressedBinaryRepresentation(QByteArray("\x00\x00\x00\x10garbagegarbage", 18)),
                  BinaryParsingException);
     EXPECT_THROW(message.SetCompressedBinaryRepresentation(QByteArray(2, '\0')), BinaryParsingException);
-}
-
-TEST(HostileInput, FlippedBytesNeverEscapeAsAnythingButOurExceptions) {
-    const QByteArray full = MakeCreateMessage().GetBinaryRepresentation();
-    std::mt19937 random(20261121);
-    int refused = 0;
-    for (int round = 0; round < 3000; ++round) {
-        QByteArray data = full;
-        for (int flips = 1 + int(random() % 3); flips > 0; --flips) {
-            data[int(random() % data.size())] = char(random() & 0xFF);
-        }
-        refused += RefusesBinary(data, round % 2 == 0) ? 1 : 0;
-    }
-    // Most corruptions break a length, an enum name or the header; some merely change a text.
-    EXPECT_GT(refused, 1000);
 }
 
 TEST(HostileInput, MalformedXmlIsRefusedWithTheObjectNameAndNoNumbers) {
@@ -182,17 +171,4 @@ TEST(HostileInput, InvalidUtf8InAFileIsRefused) {
     ControlMessage binary;
     binary.SetBinaryRepresentation(WithHeader(0xAAB74DB6, body));
     EXPECT_TRUE(binary.GetMessageText().contains(QChar::ReplacementCharacter));
-}
-
-TEST(HostileInput, HugeButHonestListsAreRead) {
-    DataSource source;
-    for (int i = 0; i < 20000; ++i) {
-        source.AppendFilter(QString::number(i));
-    }
-    DataSource fromBinary;
-    fromBinary.SetBinaryRepresentation(source.GetBinaryRepresentation());
-    EXPECT_TRUE(fromBinary == source);
-    DataSource fromXml;
-    fromXml.SetXmlString(source.GetXmlString(), true);
-    EXPECT_EQ(fromXml.GetFilter().size(), 20000);
 }
