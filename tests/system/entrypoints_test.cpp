@@ -8,11 +8,11 @@
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "support/tracecapture.h"
-#include "zal/platform/applicationdirectory.h"
-#include "zal/transport/constants.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
+#include "zal/platform/applicationdirectory.h"
 #include "zal/platform/idllinstance.h"
+#include "zal/transport/constants.h"
 
 using namespace zal;
 
@@ -90,30 +90,24 @@ TEST_F(EntryPoints, ExecuteAndShutdownTwiceWithAndWithoutTheKey) {
     library.destroy(instance);
 }
 
-TEST_F(EntryPoints, AMissingConfigurationStartsNothingAndIsTraced) {
+// A missing configuration file and a frontend already taken: nothing starts, and the trace says why.
+TEST_F(EntryPoints, AFailedStartIsTracedAndLeavesNothingRunning) {
     zaltest::TraceCapture trace;
-    qputenv("ZAL_CONFIG", dir.filePath("absent.ini").toLocal8Bit());
-    IDllInstance* instance = library.create(L"zaltest-missing");
+    IDllInstance* instance = library.create(L"zaltest-failing");
     ASSERT_NE(instance, nullptr);
+    qputenv("ZAL_CONFIG", dir.filePath("absent.ini").toLocal8Bit());
     EXPECT_FALSE(instance->Execute(0, nullptr));
-    EXPECT_EQ(dynamic_cast<EnvironmentDll*>(instance)->getEnvironment(), nullptr);
     EXPECT_EQ(trace.lines(), QStringList{"environmentdll:31 Invalid configuration of EnvironmentDll"});
-    instance->Shutdown();
-    library.destroy(instance);
-}
-
-TEST_F(EntryPoints, AFailedStartIsReportedAndLeavesNothingRunning) {
-    zaltest::TraceCapture trace;
+    qunsetenv("ZAL_CONFIG");
     Environment occupying("tcp://127.0.0.1:*");
-    IDllInstance* instance = library.create(L"zaltest-busy");
     // The running environment holds the internal router endpoint, so this start must fail.
     EXPECT_FALSE(instance->Execute(0, nullptr));
     EXPECT_EQ(dynamic_cast<EnvironmentDll*>(instance)->getEnvironment(), nullptr);
-    ASSERT_FALSE(trace.lines().isEmpty());
-    EXPECT_TRUE(trace.lines().front().startsWith("zmqhelper:40 bindSocket() for "))
-        << trace.lines().front().toStdString();
-    EXPECT_TRUE(trace.lines().last().startsWith("environmentdll:")) << trace.lines().last().toStdString();
+    ASSERT_GE(trace.lines().size(), 3);
+    EXPECT_TRUE(trace.lines().at(1).startsWith("zmqhelper:40 bindSocket() for "))
+        << trace.lines().at(1).toStdString();
     EXPECT_TRUE(trace.lines().last().contains("Caught unknown exception in EnvironmentDll::Execute"));
+    instance->Shutdown();
     library.destroy(instance);
     expectServing(occupying.getRouterFrontendAddress());
 }

@@ -35,7 +35,7 @@ protected:
     void SetUp() override {
         client.succeed(manager, Helper::makeCreateProcessorGroupMessage("g"));
         client.succeed(group, Helper::makeCreateProcessorMessage(
-                                  "streamplugin.Source", "src",
+                                  "testplugin.Source", "src",
                                   Helper::makeProcessorConfig("data", "inproc://faults/data")));
     }
 
@@ -64,24 +64,24 @@ protected:
 }  // namespace
 
 TEST_F(Faults, PlugInsThatFailToCreateAreRefusedAndTheGroupServesOn) {
-    EXPECT_EQ(create("faultplugin.InitThrows", "bad"),
-              "Processor of type 'faultplugin.InitThrows' could not be created: 'Thread failed: "
+    EXPECT_EQ(create("testplugin.InitThrows", "bad"),
+              "Processor of type 'testplugin.InitThrows' could not be created: 'Thread failed: "
               "ControllableThread::run() failed: initialize refused on purpose'.");
-    EXPECT_EQ(create("faultplugin.CreateThrows", "bad"),
-              "Processor of type 'faultplugin.CreateThrows' could not be created: 'plug-in refused on "
+    EXPECT_EQ(create("testplugin.CreateThrows", "bad"),
+              "Processor of type 'testplugin.CreateThrows' could not be created: 'plug-in refused on "
               "purpose'.");
     // Something that is no std::exception must not end the group's thread either.
-    EXPECT_EQ(create("faultplugin.CreateThrowsOther", "bad"),
-              "Processor of type 'faultplugin.CreateThrowsOther' could not be created: 'An unknown "
+    EXPECT_EQ(create("testplugin.CreateThrowsOther", "bad"),
+              "Processor of type 'testplugin.CreateThrowsOther' could not be created: 'An unknown "
               "exception was thrown'.");
     expectServing("src");
     // None of the failures kept the name: a working processor can take it.
-    EXPECT_EQ(create("faultplugin.Misbehaving", "bad"), QString());
+    EXPECT_EQ(create("testplugin.Sink", "bad"), QString());
     expectServing("bad,src");
 }
 
 TEST_F(Faults, HandlerExceptionsAreAnsweredOrDroppedAndTheProcessorServesOn) {
-    ASSERT_EQ(create("faultplugin.Misbehaving", "m"), QString());
+    ASSERT_EQ(create("testplugin.Sink", "m"), QString());
     const std::string m = processorAt("m");
 
     // From the control path: an error reply that names the failure.
@@ -110,7 +110,7 @@ TEST_F(Faults, HandlerExceptionsAreAnsweredOrDroppedAndTheProcessorServesOn) {
 }
 
 TEST_F(Faults, AHandlerThatBlocksHoldsUpOnlyItsOwnProcessor) {
-    ASSERT_EQ(create("faultplugin.Misbehaving", "slow"), QString());
+    ASSERT_EQ(create("testplugin.Sink", "slow"), QString());
     const std::string slow = processorAt("slow");
     // Blocks until a message arrives at this address (at most 10 s).
     const std::string release = zaltest::uniqueInproc("release");
@@ -156,7 +156,7 @@ TEST(FaultsShutdown, CompletesWhileRequestsAreInFlight) {
             setup.succeed(manager, Helper::makeCreateProcessorGroupMessage(name));
             setup.succeed(Endpoints::getGroupEndpoint(name, manager),
                           Helper::makeCreateProcessorMessage(
-                              "faultplugin.Misbehaving", "p",
+                              "testplugin.Sink", "p",
                               Helper::makeProcessorConfig("s", "inproc://faults/shutdown/" + name)));
         }
         // Blocked until the 10 s bound of its handler runs out: Shutdown has to wait for it.

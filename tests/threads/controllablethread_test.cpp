@@ -186,14 +186,3 @@ TEST(ControllableThread, DestructionSendsOneShutdownAndReturnsAfterRelease) {
     }
     EXPECT_EQ(checked.get(), (Events{"stopped", "release"}));
 }
-
-TEST(ControllableThread, LivePipesHaveDistinctAddresses) {
-    Log a, b;
-    ZmqControllableThread<CheckingService> first(new CheckingService(a));
-    ZmqControllableThread<CheckingService> second(new CheckingService(b));
-    for (const std::string& address : {first.getPipeAddress(), second.getPipeAddress()}) {
-        EXPECT_EQ(address.rfind("inproc://ZAL/__", 0), 0u) << address;
-        EXPECT_EQ(address.substr(address.size() - 2), "__") << address;
-    }
-    EXPECT_NE(first.getPipeAddress(), second.getPipeAddress());
-}
