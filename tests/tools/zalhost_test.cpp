@@ -54,18 +54,17 @@ QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path) {
 
 TEST_F(ZalHost, RunsAPipelineServesZalctlAndStopsCleanlyOnSigterm) {
     const QString config = write("host.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n");
-    const QString pipeline =
-        write("flow.pipeline",
-              "# a source feeding a sink, watched\n"
-              "create-group g\n"
-              "create g src testplugin.Source --stream data=tcp://127.0.0.1:*\n"
-              "\n"
-              "create g sink testplugin.Sink --stream sunk=inproc://sunk  # a comment\n"
-              "connect g sink data\n"
-              "create g echo \"testplugin.Echo\"\n"
-              "set g echo text a\"b  c\"d#e\" say \\\"hi\\\" \\\\\"  # gone\n"
-              "set g src interval 1\n"
-              "watch g sink count\n");
+    const QString pipeline = write("flow.pipeline",
+                                   "# a source feeding a sink, watched\n"
+                                   "create-group g\n"
+                                   "create g src testplugin.Source --stream data=tcp://127.0.0.1:*\n"
+                                   "\n"
+                                   "create g sink testplugin.Sink --stream sunk=inproc://sunk  # a comment\n"
+                                   "connect g sink data\n"
+                                   "create g echo \"testplugin.Echo\"\n"
+                                   "set g echo text a\"b  c\"d#e\" say \\\"hi\\\" \\\\\"  # gone\n"
+                                   "set g src interval 1\n"
+                                   "watch g sink count\n");
     RunningProgram host("zal-host", {"--config", config, "--pipeline", pipeline});
     const QString frontend = frontendOf(host);
     ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
@@ -82,112 +81,89 @@ TEST_F(ZalHost, RunsAPipelineServesZalctlAndStopsCleanlyOnSigterm) {
 TEST_F(ZalHost, ReportsEachOutcomeWithItsStatusAndReason) {
     ASSERT_EQ(runProgram("zalctl", {"keygen", "--secret-file", dir.filePath("key.secret")}).status, 0);
     write("nobody", "# nobody yet\n");
-    const QString open = "EnvironmentAddress=tcp://0.0.0.0:*\n";
+    int files = 0;
+    const auto pipeline = [&](const QByteArray& text) {
+        return QStringList{"--pipeline", write(QString::number(++files) + ".pipeline", text)};
+    };
+    const auto config = [&](const QByteArray& text) {
+        return QStringList{"--config", write(QString::number(++files) + ".ini", text), "--duration", "0.2"};
+    };
+    const QByteArray open = "EnvironmentAddress=tcp://0.0.0.0:*\n";
     const struct {
-        QStringList arguments;
         int status;
         QString reason;  // in standard output or standard error
+        QStringList arguments;
     } cases[] = {
-        {{"--pipeline",
-          write("a.pipeline",
-                "create-group g\n# line 4 fails\n\ncreate g x NoSuchType\ncreate-group unreached\n")},
-         2,
-         "a.pipeline:4: Error: Processor of type 'NoSuchType' could not be created."},
-        {{"--pipeline", write("b.pipeline", "create-group\n")}, 2, "b.pipeline:1: "},
-        {{"--pipeline", write("c.pipeline", "\n  # indented\nset g p x \"open\n")},
-         2,
-         "c.pipeline:3: unterminated double quote"},
-        {{"--pipeline", dir.filePath("absent.pipeline")}, 2, "absent.pipeline"},
-        {{"--config", dir.filePath("missing.ini")}, 66, "missing.ini"},
-        {{"--bogus"}, 64, "Unknown option 'bogus'."},
-        {{"--duration", "-1"}, 64, "--duration"},
-        {{"--help"}, 0, "Exit status"},
-        {{"--config", write("bad.ini", "EnvironmentAddress=nonsense://x\n"), "--duration", "1"},
-         1,
-         "did not start"},
+        {2, ".pipeline:4: Error: Processor of type 'NoSuchType' could not be created.",
+         pipeline("create-group g\n# line 4 fails\n\ncreate g x NoSuchType\ncreate-group unreached\n")},
+        {2, ".pipeline:1: ", pipeline("create-group\n")},
+        {2, ".pipeline:3: unterminated double quote", pipeline("\n  # indented\nset g p x \"open\n")},
+        {2, "absent.pipeline", {"--pipeline", dir.filePath("absent.pipeline")}},
+        {66, "missing.ini", {"--config", dir.filePath("missing.ini")}},
+        {64, "Unknown option 'bogus'.", {"--bogus"}},
+        {64, "--duration", {"--duration", "-1"}},
+        {0, "Exit status", {"--help"}},
+        {1, "did not start", config("EnvironmentAddress=nonsense://x\n")},
         // A parameter the bridge cannot give shows as "?" instead of stopping the host.
-        {{"--pipeline", write("d.pipeline", "create-group g\ncreate g b QtBridge\nwatch g b nothing\n"),
-          "--duration", "1.5"},
-         0,
-         "summary g/b: nothing=?"},
-        {{"--config", write("open.ini", open.toUtf8()), "--duration", "0.2"},
-         0,
-         "zal-host: WARNING: the frontend tcp://0.0.0.0:"},
-        {{"--config", write("loopback.ini", "EnvironmentAddress=tcp://127.0.0.1:*\n"), "--duration", "0.2"},
-         0,
-         ""},
-        {{"--config",
-          write("secured.ini",
-                open.toUtf8() + "CurveSecretKeyFile=key.secret\nCurveAuthorizedKeysFile=nobody\n"),
-          "--duration", "0.2"},
-         0,
-         ""},
+        {0, "summary g/b: nothing=?",
+         pipeline("create-group g\ncreate g b QtBridge\nwatch g b nothing\n") +
+             QStringList{"--duration", "1.5"}},
+        {0, "zal-host: WARNING: the frontend tcp://0.0.0.0:", config(open)},
+        {0, "", config("EnvironmentAddress=tcp://127.0.0.1:*\n")},
+        {0, "", config(open + "CurveSecretKeyFile=key.secret\nCurveAuthorizedKeysFile=nobody\n")},
         // Half a CURVE configuration is refused rather than run open; the trace says why.
-        {{"--config", write("h1.ini", open.toUtf8() + "CurveSecretKeyFile=key.secret\n")},
-         1,
-         "a CURVE secret key is set without CurveAuthorizedKeysFile"},
-        {{"--config", write("h2.ini", open.toUtf8() + "CurveAuthorizedKeysFile=nobody\n")},
-         1,
-         "neither CurveSecretKey nor CurveSecretKeyFile"},
-        {{"--config",
-          write("h3.ini", open.toUtf8() + "CurveSecretKey=tooshort\nCurveAuthorizedKeysFile=nobody\n")},
-         1,
-         "CurveSecretKey is not a CURVE key"},
-        {{"--config",
-          write("h4.ini", open.toUtf8() + "CurveSecretKeyFile=nobody\nCurveAuthorizedKeysFile=nobody\n")},
-         1,
-         "holds 0 keys where one is expected"},
+        {1, "a CURVE secret key is set without CurveAuthorizedKeysFile",
+         config(open + "CurveSecretKeyFile=key.secret\n")},
+        {1, "neither CurveSecretKey nor CurveSecretKeyFile",
+         config(open + "CurveAuthorizedKeysFile=nobody\n")},
+        {1, "CurveSecretKey is not a CURVE key",
+         config(open + "CurveSecretKey=tooshort\nCurveAuthorizedKeysFile=nobody\n")},
+        {1, "holds 0 keys where one is expected",
+         config(open + "CurveSecretKeyFile=nobody\nCurveAuthorizedKeysFile=nobody\n")},
     };
     QProcessEnvironment tracing = QProcessEnvironment::systemEnvironment();
     tracing.insert("ZAL_TRACE_MASK", "0x20");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.arguments.join(' ').toStdString());
         const auto outcome = runProgram("zal-host", c.arguments, tracing);
-        EXPECT_EQ(outcome.status, c.status) << outcome.err.toStdString();
-        EXPECT_TRUE((outcome.out + outcome.err).contains(c.reason))
-            << (outcome.out + outcome.err).toStdString();
+        const QString all = outcome.out + outcome.err;
+        EXPECT_EQ(outcome.status, c.status) << all.toStdString();
+        EXPECT_TRUE(all.contains(c.reason)) << all.toStdString();
         EXPECT_EQ(outcome.err.contains("WARNING"), c.reason.contains("WARNING")) << outcome.err.toStdString();
         EXPECT_FALSE(outcome.out.contains("unreached")) << "a pipeline stops at its first failing line";
     }
 }
 
 TEST_F(ZalHost, ReplaysARecordingAsItWasGenerated) {
-    const QByteArray directory = dir.path().toUtf8();
-    const QString record = write("record.pipeline",
-                                 "create-group g\n"
-                                 "create g gen demo.Generator --stream numbers=inproc://numbers\n"
-                                 "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
-                                 "set g rec directory \"" +
-                                     directory +
-                                     "\"\n"
-                                     "connect g rec numbers\n"
-                                     "set g gen topic t\n"
-                                     "set g gen size 40\n"
-                                     "set g gen rate 200\n"
-                                     "record g rec first.zrec\n");
-    auto outcome = runProgram("zal-host", {"--pipeline", record, "--duration", "2"});
-    ASSERT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    // Both runs record into the temporary directory; the second plays the first's file.
+    const auto run = [&](const QString& name, const QString& pipeline) {
+        const auto outcome = runProgram(
+            "zal-host", {"--pipeline", write(name, pipeline.arg(dir.path()).toUtf8()), "--duration", "2"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+        return outcome.out;
+    };
+    run("record.pipeline",
+        "create-group g\n"
+        "create g gen demo.Generator --stream numbers=inproc://numbers\n"
+        "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
+        "set g rec directory \"%1\"\n"
+        "connect g rec numbers\n"
+        "set g gen topic t\nset g gen size 40\nset g gen rate 200\n"
+        "record g rec first.zrec\n");
     const auto generated = messagesOf(dir.filePath("first.zrec"));
     ASSERT_GT(generated.size(), 50);
-
-    const QString replay = write("replay.pipeline",
-                                 "create-group g\n"
-                                 "create g player demo.Player --stream replayed=inproc://replayed\n"
-                                 "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
-                                 "set g rec directory \"" +
-                                     directory +
-                                     "\"\n"
-                                     "set g player file \"" +
-                                     dir.filePath("first.zrec").toUtf8() +
-                                     "\"\n"
-                                     "set g player speed full\n"
-                                     "connect g rec replayed\n"
-                                     "record g rec second.zrec\n"
-                                     "start g player replayed\n"
-                                     "watch g player done\n");
-    outcome = runProgram("zal-host", {"--pipeline", replay, "--duration", "2"});
-    ASSERT_EQ(outcome.status, 0) << outcome.err.toStdString();
-    EXPECT_TRUE(outcome.out.contains("summary g/player: done=true")) << outcome.out.toStdString();
+    const QString out = run("replay.pipeline",
+                            "create-group g\n"
+                            "create g player demo.Player --stream replayed=inproc://replayed\n"
+                            "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
+                            "set g rec directory \"%1\"\n"
+                            "set g player file \"%1/first.zrec\"\n"
+                            "set g player speed full\n"
+                            "connect g rec replayed\n"
+                            "record g rec second.zrec\n"
+                            "start g player replayed\n"
+                            "watch g player done\n");
+    EXPECT_TRUE(out.contains("summary g/player: done=true")) << out.toStdString();
     EXPECT_EQ(messagesOf(dir.filePath("second.zrec")), generated);
 }
 
