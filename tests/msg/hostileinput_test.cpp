@@ -2,10 +2,8 @@
 // huge allocation. Random corruption is the fuzzers' work (fuzz/).
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QtEndian>
 
 #include "msgtesthelpers.h"
@@ -135,40 +133,4 @@ TEST(HostileInput, MalformedXmlIsRefusedWithTheObjectNameAndNoNumbers) {
             << qPrintable(xml);
         EXPECT_FALSE(failure.contains(QRegularExpression(QStringLiteral("[0-9]")))) << qPrintable(failure);
     }
-}
-
-TEST(HostileInput, DeepNestingIsBoundedInsideAndOutsideKnownElements) {
-    const int depth = 100000;
-    const QString unknown = QStringLiteral("<ControlMessage>") + QStringLiteral("<x>").repeated(depth) +
-                            QStringLiteral("</x>").repeated(depth) + QStringLiteral("</ControlMessage>");
-    EXPECT_EQ(XmlFailure(unknown), QStringLiteral("ControlMessage: The XML text is nested too deeply"));
-    // Moderate unknown nesting is still fine.
-    const QString moderate = QStringLiteral("<ControlMessage><MessageType>Query</MessageType>") +
-                             QStringLiteral("<x>").repeated(20) + QStringLiteral("</x>").repeated(20) +
-                             QStringLiteral("</ControlMessage>");
-    EXPECT_TRUE(XmlFailure(moderate).isNull());
-
-    const QString processors =
-        QStringLiteral("<ControlMessage>") + QStringLiteral("<Processor><DataSource>").repeated(depth) +
-        QStringLiteral("</DataSource></Processor>").repeated(depth) + QStringLiteral("</ControlMessage>");
-    EXPECT_FALSE(XmlFailure(processors).isNull());
-}
-
-TEST(HostileInput, InvalidUtf8InAFileIsRefused) {
-    QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    QFile file(dir.filePath(QStringLiteral("bad.xml")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><ControlMessage><MessageText>\xC3\x28\xFF"
-        "</MessageText></ControlMessage>");
-    file.close();
-    ControlMessage message;
-    EXPECT_THROW(message.LoadXml(file.fileName()), InvalidXmlException);
-
-    // Invalid UTF-8 inside a binary string becomes replacement characters, never a failure to decode.
-    const QByteArray body = Element(0xB4AF885C, Utf8("Query")) + Element(0x20E0EE60, Utf8("\xC3\x28\xFF"));
-    ControlMessage binary;
-    binary.SetBinaryRepresentation(WithHeader(0xAAB74DB6, body));
-    EXPECT_TRUE(binary.GetMessageText().contains(QChar::ReplacementCharacter));
 }

@@ -3,7 +3,6 @@
 
 #include "support/tracecapture.h"
 #include "zal/platform/errorhandler.h"
-#include "zal/platform/qvexception.h"
 
 TEST(ErrorHandler, MaskComesFromTheEnvironmentAndGatesTracing) {
     EXPECT_EQ(ErrorHandler::getTraceMask(), 0x21u);
@@ -18,12 +17,4 @@ TEST(ErrorHandler, MaskComesFromTheEnvironmentAndGatesTracing) {
         EXPECT_EQ(capture.lines(), QStringList{"pluginmanager:113 Could not load plugin: x"});
     }
     EXPECT_EQ(ErrorHandler::getTraceMask(), 0x01u);
-}
-
-TEST(QVException, CarriesItsMessageAsUtf8) {
-    const QVException error(QStringLiteral("Grüße"));
-    EXPECT_EQ(error.getMessage(), QStringLiteral("Grüße"));
-    EXPECT_STREQ(error.what(),
-                 "Gr\xc3\xbc\xc3\x9f"
-                 "e");
 }

@@ -54,15 +54,3 @@ TEST(NameService, ResolvesWhatWasRegisteredAndAnswersEverythingElse) {
         ControlMessageHelper::fromPayload(frames[2]).GetMessageText().startsWith("Invalid message: "));
     outside.succeed(identity, ControlMessageHelper::makeResolveStreamMessage("empty"));
 }
-
-TEST(NameServiceClient, TimesOutWhenNoServiceRunsAndCopiesShareTheLastText) {
-    const std::string endpoint = Endpoints::getInternalNameServiceEndpoint("nobody", "inproc://elsewhere");
-    auto shared = std::make_shared<RequestClient>(endpoint, false, 50);
-    NameServiceClient a(endpoint, shared), b(endpoint, shared);
-    std::string provider;
-    Strings addresses;
-    EXPECT_FALSE(a.resolveStream("s", provider, addresses));
-    EXPECT_FALSE(a.registerStream("s", "p", {}));
-    EXPECT_FALSE(a.deregisterStream("s"));
-    EXPECT_EQ(b.getLastMessageText(), "Socket timeout 50ms: " + endpoint);
-}

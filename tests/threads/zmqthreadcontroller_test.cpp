@@ -38,14 +38,3 @@ TEST(ZmqThreadController, OnlyASuccessfulCreatedMessageMeansReady) {
     ZmqThreadController silent;
     EXPECT_FALSE(silent.waitForThread(10)) << "nothing was sent";
 }
-
-TEST(ZmqThreadController, AddressesAreUniquePerOwner) {
-    ZmqThreadController a, b;
-    EXPECT_NE(a.getAddress(), b.getAddress());
-    EXPECT_EQ(a.getAddress(), a.makeUniqueSocketAddress());
-    EXPECT_EQ(a.getAddress().rfind("inproc://ZAL/__", 0), 0u);
-
-    const zalmsg::ControlMessage created = ZmqThreadController::makeCreatedControlMessage(Result::Error);
-    EXPECT_EQ(created.GetMessageTypeAsString(), "Created");
-    EXPECT_EQ(created.GetResultTypeAsString(), "Error");
-}

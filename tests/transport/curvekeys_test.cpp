@@ -44,12 +44,9 @@ std::string keyWithHash() {
 
 TEST(CurveKeys, PairsAreValidAndThePublicKeyFollowsFromTheSecret) {
     const CurveKeys::Pair pair = CurveKeys::generate();
-    EXPECT_TRUE(CurveKeys::isKey(pair.publicKey));
-    EXPECT_TRUE(CurveKeys::isKey(pair.secretKey));
-    EXPECT_NE(pair.publicKey, pair.secretKey);
+    EXPECT_TRUE(CurveKeys::isKey(pair.publicKey) && CurveKeys::isKey(pair.secretKey));
     EXPECT_EQ(CurveKeys::publicKeyOf(pair.secretKey), pair.publicKey);
     EXPECT_NE(CurveKeys::generate().secretKey, pair.secretKey);
-
     for (const std::string& bad : {std::string(), pair.publicKey.substr(1), pair.publicKey + "0",
                                    std::string(40, ' '), std::string(40, '"')}) {
         EXPECT_FALSE(CurveKeys::isKey(bad)) << bad;
@@ -57,36 +54,22 @@ TEST(CurveKeys, PairsAreValidAndThePublicKeyFollowsFromTheSecret) {
     }
 }
 
+// Files as users write them; the refusals users meet (no file, no key) are zalctl's and zal-host's tests.
 TEST(CurveKeys, KeyFilesHoldKeysCommentsAndBlankLinesAndNothingElse) {
     QTemporaryDir dir;
-    const std::string a = CurveKeys::generate().publicKey;
-    const std::string b = CurveKeys::generate().publicKey;
-    const std::string hash = keyWithHash();
-    const QString good = writeFile(dir, "authorized",
-                                   "# operators\n\n  " + QByteArray::fromStdString(a) + "  \n" +
-                                       QByteArray::fromStdString(b) + "   # the build machine\n" + "#" +
-                                       QByteArray::fromStdString(b) + "\n" +  // commented out
-                                       QByteArray::fromStdString(hash) + " #home\n");
-    EXPECT_EQ(CurveKeys::readKeyFile(good), (std::vector<std::string>{a, b, hash}));
-    EXPECT_TRUE(CurveKeys::readKeyFile(writeFile(dir, "empty", "# nobody yet\n")).empty());
-
-    const QString bad = writeFile(dir, "bad", "# fine\n" + QByteArray::fromStdString(a) + "\nnot a key\n");
+    const QByteArray a = QByteArray::fromStdString(CurveKeys::generate().publicKey);
+    const QByteArray b = QByteArray::fromStdString(CurveKeys::generate().publicKey);
+    const QByteArray hash = QByteArray::fromStdString(keyWithHash());
+    const QString good = writeFile(
+        dir, "authorized",
+        "# operators\n\n  " + a + "  \n" + b + "   # the build machine\n#" + b + "\n" + hash + " #home\n");
+    EXPECT_EQ(CurveKeys::readKeyFile(good),
+              (std::vector<std::string>{a.toStdString(), b.toStdString(), hash.toStdString()}));
+    const QString bad = writeFile(dir, "bad", "# fine\n" + a + "\nnot a key\n");
     EXPECT_EQ(errorOf([&] { CurveKeys::readKeyFile(bad); }),
               (bad + ":3: not a CURVE key (40 Z85 characters) or a comment").toStdString());
-    const QString trailing = writeFile(dir, "trailing", QByteArray::fromStdString(a) + " laptop\n");
+    const QString trailing = writeFile(dir, "trailing", a + " laptop\n");
     EXPECT_NE(errorOf([&] { CurveKeys::readKeyFile(trailing); }).find(":1: "), std::string::npos);
-    EXPECT_NE(errorOf([&] { CurveKeys::readKeyFile(dir.filePath("absent")); }).find("cannot read key file"),
-              std::string::npos);
-}
-
-TEST(CurveKeys, ASingleKeyFileHoldsExactlyOne) {
-    QTemporaryDir dir;
-    const std::string key = CurveKeys::generate().secretKey;
-    EXPECT_EQ(CurveKeys::readSingleKey(writeFile(dir, "one", "# secret\n" + QByteArray::fromStdString(key))),
-              key);
-    const QString none = writeFile(dir, "none", "# nothing\n");
-    EXPECT_EQ(errorOf([&] { CurveKeys::readSingleKey(none); }),
-              (none + ": holds 0 keys where one is expected").toStdString());
-    const QString two = writeFile(dir, "two", QByteArray::fromStdString(key + "\n" + key + "\n"));
-    EXPECT_FALSE(errorOf([&] { CurveKeys::readSingleKey(two); }).empty());
+    EXPECT_EQ(CurveKeys::readSingleKey(writeFile(dir, "one", "# secret\n" + a)), a.toStdString());
+    EXPECT_FALSE(errorOf([&] { CurveKeys::readSingleKey(writeFile(dir, "two", a + "\n" + b)); }).empty());
 }
