@@ -87,31 +87,25 @@ TEST(ZapHandler, AdmitsOnlyAuthorisedCurveKeysOfItsDomainAndAnswersEveryRequest)
               static_cast<qsizetype>(refused.size()) - 2);
 }
 
-TEST(ZapHandler, TheEnvironmentAdmitsOnlyAuthorisedClientsAndRunsAHandlerOnlyWithKeys) {
+// Who gets in through a CURVE frontend, with keys from files, is zal-host's test; here an
+// environment runs a handler only with keys, and frees its endpoint for the next one.
+TEST(ZapHandler, TheEnvironmentRunsAHandlerOnlyWithCurveKeys) {
     const CurveKeys::Pair server = CurveKeys::generate();
     const CurveKeys::Pair known = CurveKeys::generate();
-    const CurveKeys::Pair stranger = CurveKeys::generate();
     {
         Environment plain("tcp://127.0.0.1:*");
         EXPECT_FALSE(plain.frontendUsesCurve());
-        EXPECT_TRUE(served(plain.getRouterFrontendAddress(), "", nullptr, 10000));
         EXPECT_TRUE(askZap(zapRequest("CURVE", known.publicKey), 1000).empty())
             << "nobody answers ZAP without CURVE";
     }
     RouterOptions options;
     options.curveSecretKey = server.secretKey;
     options.curveAuthorizedKeys = {known.publicKey};
-    for (int round = 0; round < 2; ++round) {  // the handler's endpoint is free again after a stop
+    for (int round = 0; round < 2; ++round) {
         Environment secured("tcp://127.0.0.1:*", options);
         EXPECT_TRUE(secured.frontendUsesCurve());
-        const std::string frontend = secured.getRouterFrontendAddress();
-        EXPECT_TRUE(served(frontend, server.publicKey, &known, 10000));
-        EXPECT_FALSE(served(frontend, server.publicKey, &stranger, 1500));
-        EXPECT_FALSE(served(frontend, server.publicKey, nullptr, 500));
-        EXPECT_FALSE(served(frontend, stranger.publicKey, &known, 500))
+        EXPECT_TRUE(served(secured.getRouterFrontendAddress(), server.publicKey, &known, 10000));
+        EXPECT_FALSE(served(secured.getRouterFrontendAddress(), known.publicKey, &known, 500))
             << "a wrong server key fails the handshake";
-        EXPECT_TRUE(served(frontend, server.publicKey, &known, 10000)) << "the others did not disturb it";
-        // Inside the process the in-process frontend needs no keys.
-        EXPECT_TRUE(served(routerFrontendAddressDefault, "", nullptr, 10000));
     }
 }

@@ -1,12 +1,15 @@
-// Services in real threads: the blocking start, failure reports, and the stop over the pipe.
+// Services in real threads: the blocking start, failure reports, the stop over the pipe, and the
+// stand-alone readiness handshake of a thread a creator manages itself.
 #include <gtest/gtest.h>
 
 #include <QDeadlineTimer>
 #include <future>
 #include <mutex>
+#include <thread>
 
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/threads/zmqcontrollablethread.h"
+#include "zal/threads/zmqthreadcontroller.h"
 
 using namespace zal;
 using Events = std::vector<std::string>;
@@ -96,6 +99,18 @@ private:
 
 const std::string failed = "ControllableThread::run() failed: ";
 
+// One handshake: a worker thread sends `signal` through a copy of a fresh controller.
+template <class Signal>
+bool handshake(Signal signal) {
+    ZmqThreadController controller;
+    bool sent = false;
+    std::thread worker([copy = controller, &sent, signal]() mutable { sent = signal(copy); });
+    const bool ready = controller.waitForThread(10000);
+    worker.join();
+    EXPECT_TRUE(sent);
+    return ready;
+}
+
 }  // namespace
 
 TEST(ControllableThread, StartFailuresReachTheCreatorAndReleaseRunsOnce) {
@@ -138,4 +153,19 @@ TEST(ControllableThread, DestructionSendsOneShutdownAndReturnsAfterRelease) {
                      : Events{"initialize", "process", "pipe:Shutdown", "release", "destroyed"};
         EXPECT_EQ(ScriptedService::events(), expected);
     }
+}
+
+TEST(ZmqThreadController, OnlyASuccessfulCreatedMessageMeansReady) {
+    EXPECT_TRUE(handshake([](ZmqThreadController& c) { return c.signalReady(); }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) { return c.signalError(); }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) {
+        return c.sendToCreator(
+            ZmqThreadController::makeCreatedControlMessage(zalmsg::ControlMessage::ResultType::Warning));
+    }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) {
+        return c.sendToCreator(ControlMessageHelper::makeMessage(zalmsg::ControlMessage::MessageType::Query));
+    }));
+
+    ZmqThreadController silent;
+    EXPECT_FALSE(silent.waitForThread(10)) << "nothing was sent";
 }
