@@ -1,4 +1,4 @@
-// The data-object base: shared blocks, settings, wrappers, equality, merging, resetting, framing errors.
+// The data-object base: blocks, settings, wrappers, equality, merging, resetting, framing errors.
 #include <gtest/gtest.h>
 
 #include <QDateTime>
@@ -56,33 +56,14 @@ TEST(IRGObject, AnObjectOwnsNoBlockUntilTouchedAndStartsAtItsDefaults) {
     EXPECT_TRUE(text.AnyData());
 }
 
-TEST(IRGObject, CopiesShareUntilOneChanges) {
-    ControlMessage original = MakeCreateMessage();
-    ControlMessage copy = original;
-    EXPECT_TRUE(copy == original);
-    copy.GetProcessor().GetDataSource()[0].SetAddress(QStringLiteral("tcp://changed"));
-    copy.AppendStreamAddresses(QStringLiteral("tcp://c:3"));
-    EXPECT_EQ(original.GetProcessor().GetDataSource().at(0).GetAddress(),
-              QStringLiteral("inproc://zal/g/gen"));
-    EXPECT_EQ(original.GetStreamAddresses().size(), 2);
-    EXPECT_FALSE(copy == original);
-
-    ControlMessage assigned;
-    assigned.SetValidate(false);
-    assigned = original;
-    EXPECT_FALSE(assigned.GetValidate()) << "the switch stays with the object";
-    EXPECT_TRUE(assigned == original);
-    original.SetValidate(false);
-    EXPECT_FALSE(ControlMessage(original).GetValidate());
-    const ControlMessage moved = std::move(assigned);
-    EXPECT_TRUE(moved == original);
-}
-
 TEST(IRGObject, SwitchAndLoggerReachEveryNestedObject) {
     ControlMessage message = MakeCreateMessage();
     auto logger = std::make_shared<RecordingLogger>();
     message.SetValidate(false);
     message.SetLogger(logger);
+    ControlMessage assigned;
+    assigned = message;
+    EXPECT_TRUE(assigned.GetValidate() && assigned == message) << "the switch stays with the object";
     EXPECT_FALSE(message.GetProcessor().GetDataStream().at(0).GetValidate());
     EXPECT_EQ(message.GetProcessor().GetDataSource().at(1).GetLogger(), logger);
 

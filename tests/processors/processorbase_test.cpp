@@ -150,20 +150,3 @@ TEST_F(ProcessorTest, IdleProcessingRunsOnlyWhenEnabledAndQuiet) {
     }
     EXPECT_EQ(scripted->idle.load(), before);
 }
-
-TEST(ProcessorBase, IdentityUsesItsPrefixButTheRouterIsAtTheDefaultAndReleaseMayRunTwice) {
-    zaltest::RunningRouter router;
-    ZmqControllableThread<ProcessorBase> processor(new ScriptedProcessor("q", "inproc://other"));
-    zaltest::FrontendClient client(*router.frontend);
-    client.succeed("inproc://other/g/q", Helper::makeQuerySourcesMessage());
-
-    ScriptedProcessor never("never");
-    never.release();
-    never.release();
-    ScriptedProcessor direct("direct");
-    ASSERT_TRUE(direct.initialize());
-    ASSERT_TRUE(direct.initialize()) << "a second initialize replaces what the first opened";
-    direct.release();
-    direct.release();
-    EXPECT_EQ(direct.getEndpointString(), "inproc://zal/g/direct");
-}

@@ -187,22 +187,12 @@ TEST_F(QtBridgeTest, AnEmptyFilterListSubscribesToEverythingBeyondAPauseAndParam
               "Cannot start new recording: ");
 }
 
-TEST_F(QtBridgeTest, IsInTheRepositoryFromInitializeUntilRelease) {
+TEST_F(QtBridgeTest, LeavesTheRepositoryWhenItsThreadEnds) {
     const QString id = QString::fromStdString(endpoint);
     QPointer<QObject> held = QtRepository::getQObject(id);
     thread.reset();
     EXPECT_TRUE(QtRepository::getQObject(id).isNull());
     EXPECT_TRUE(held.isNull()) << "a pointer kept by the host reads null once the bridge is gone";
-
-    QtBridge direct(zalmsg::Processor(), "direct", "g", "inproc://elsewhere");
-    ProcessorBase& processor = direct;
-    const QString directId = QStringLiteral("inproc://elsewhere/g/direct");
-    EXPECT_TRUE(QtRepository::getQObject(directId).isNull()) << "construction registers nothing";
-    ASSERT_TRUE(processor.initialize());
-    EXPECT_EQ(QtRepository::getQObject(directId).data(), &direct);
-    processor.release();
-    EXPECT_TRUE(QtRepository::getQObject(directId).isNull()) << "gone from the repository while still alive";
-    processor.release();
 }
 
 TEST(QtRepository, ReplacesRemovesAndForgetsDestroyedObjectsInManyThreads) {

@@ -1,4 +1,5 @@
-// Framing of the three message kinds on real sockets, over inproc and TCP loopback.
+// Framing of control envelopes and byte streams on real sockets, over inproc and TCP loopback. Router
+// messages are framed, and tested, by the running router.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,16 +28,12 @@ struct SocketPair {
     std::string address;
 };
 
-SocketPair makePair(const std::string& transport, zmq::socket_type boundType, zmq::socket_type connectedType,
-                    const std::string& identity = {}) {
+SocketPair makePair(const std::string& transport, zmq::socket_type boundType,
+                    zmq::socket_type connectedType) {
     SocketPair pair{makeSocket(boundType), makeSocket(connectedType), {}};
     pair.address = transport == "tcp" ? std::string("tcp://127.0.0.1:*") : zaltest::uniqueInproc("framing");
     ZmqHelper::bindSocket(pair.bound, pair.address);
-    if (identity.empty()) {
-        ZmqHelper::connectSocket(pair.connected, pair.address);
-    } else {
-        ZmqHelper::connectSocket(pair.connected, pair.address, identity);
-    }
+    ZmqHelper::connectSocket(pair.connected, pair.address);
     return pair;
 }
 
@@ -108,32 +105,6 @@ TEST_P(Framing, EnvelopeReceiveRefusesMissingFramesAndLeavesSurplus) {
     ZmqControlSocket mode4(pair.bound, 4);
     mode4.receiveMessage(message);
     EXPECT_EQ(message.data, "extra");
-}
-
-TEST_P(Framing, RouterMessagesCarryIdentitiesBothWays) {
-    auto pair = makePair(GetParam(), zmq::socket_type::router, zmq::socket_type::dealer, "peer");
-    ZmqRouterSocket router(pair.bound);
-
-    sendFrames(pair.connected, {"", "destination", "payload"});
-    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
-    RouterMessage in;
-    router.receiveMessage(in);
-    EXPECT_EQ(in.source, zaltest::identityFrame("peer"));
-    EXPECT_EQ(in.destination, "destination");
-    EXPECT_EQ(in.data, "payload");
-
-    router.sendMessage(RouterMessage{"origin", zaltest::identityFrame("peer"), ""});
-    EXPECT_EQ(receiveFrames(pair.connected), (Frames{"", "origin", ""}));
-
-    // Three frames (no payload) and five frames are both malformed.
-    RouterMessage bad;
-    sendFrames(pair.connected, {"", "destination"});
-    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
-    EXPECT_EQ(socketErrorText([&] { router.receiveMessage(bad); }), "Invalid message format");
-    sendFrames(pair.connected, {"", "destination", "payload", "surplus"});
-    ASSERT_TRUE(zaltest::waitReadable(pair.bound));
-    EXPECT_EQ(socketErrorText([&] { router.receiveMessage(bad); }), "Invalid message format");
-    EXPECT_EQ(bad.data, "payload");
 }
 
 // Large payloads leave by reference and queued ones are read into reused buffers: neither may let
