@@ -79,15 +79,10 @@ protected:
     }
     // Polls until a numeric parameter reaches `wanted` (exactly, or at least), within a generous bound.
     bool await(const std::string& processor, const std::string& name, qint64 wanted, bool exactly = false) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        for (qint64 value = number(processor, name); std::chrono::steady_clock::now() < deadline;
-             value = number(processor, name)) {
-            if (exactly ? value == wanted : value >= wanted) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        return false;
+        return zaltest::eventually([&] {
+            const qint64 value = number(processor, name);
+            return exactly ? value == wanted : value >= wanted;
+        });
     }
 
     QTemporaryDir directory;

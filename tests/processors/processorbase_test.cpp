@@ -132,16 +132,10 @@ TEST_F(ProcessorTest, IdleProcessingRunsOnlyWhenEnabledAndQuiet) {
     }
     EXPECT_EQ(scripted->idle.load(), 0) << "idle processing is off by default";
     // The data check follows the reply, so the fifth may still be on its way.
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (scripted->dataEvents.load() < 5 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
-    }
-    EXPECT_GE(scripted->dataEvents.load(), 5) << "every wake-up with events checks for data";
+    EXPECT_TRUE(zaltest::eventually([&] { return scripted->dataEvents.load() >= 5; }))
+        << "every wake-up with events checks for data";
     ask(Helper::makeSetParameterMessage("idle", "10"));
-    while (scripted->idle.load() < 3 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
-    }
-    EXPECT_GE(scripted->idle.load(), 3);
+    EXPECT_TRUE(zaltest::eventually([&] { return scripted->idle.load() >= 3; }));
     // Traffic faster than the timeout starves it.
     ask(Helper::makeSetParameterMessage("idle", "2000"));
     const int before = scripted->idle.load();

@@ -42,10 +42,7 @@ TEST(SystemScale, ShutsDownTwentyGroupsOfTenProcessorsWhileDataFlows) {
     const auto count = [&] {
         return client.succeed(lastSink, Helper::makeGetParameterMessage("count")).GetParameter().toInt();
     };
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (count() == 0 && std::chrono::steady_clock::now() < deadline) {
-    }
-    EXPECT_GT(count(), 0);
+    EXPECT_TRUE(zaltest::eventually([&] { return count() > 0; }));
 
     const auto start = std::chrono::steady_clock::now();
     environment.reset();

@@ -11,10 +11,10 @@
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "support/requestflood.h"
-#include "zal/transport/constants.h"
-#include "zal/transport/endpoints.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;
@@ -92,20 +92,16 @@ TEST_F(Faults, HandlerExceptionsAreAnsweredOrDroppedAndTheProcessorServesOn) {
 
     // From the data path: the offending messages are dropped, the ones after them still counted.
     client.succeed(m, Helper::makeConnectStreamMessage("data", "inproc://faults/data", ""));
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (parameter(m, "count") == "0" && std::chrono::steady_clock::now() < deadline) {
+    ASSERT_TRUE(zaltest::eventually([&] {
         client.succeed(processorAt("src"), Helper::makeSetParameterMessage("publish", "probe:x"));
-    }
+        return parameter(m, "count") != "0";
+    })) << "no data reached the processor";
     const long long before = parameter(m, "count").toLongLong();
-    ASSERT_GT(before, 0) << "no data reached the processor";
     for (const char* topic : {"throw:1", "keep:2", "throw-other:3", "keep:4"}) {
         client.succeed(processorAt("src"), Helper::makeSetParameterMessage("publish", topic));
     }
-    bool counted = false;
-    while (!counted && std::chrono::steady_clock::now() < deadline + std::chrono::seconds(10)) {
-        counted = parameter(m, "count").toLongLong() == before + 2;
-    }
-    EXPECT_TRUE(counted) << parameter(m, "count").toStdString();
+    EXPECT_TRUE(zaltest::eventually([&] { return parameter(m, "count").toLongLong() == before + 2; }))
+        << parameter(m, "count").toStdString();
     expectServing("m,src");
 }
 

@@ -9,9 +9,9 @@
 #include "support/frontendclient.h"
 #include "support/procstatus.h"
 #include "support/qtprinters.h"
+#include "zal/host/environment.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/endpoints.h"
-#include "zal/host/environment.h"
 
 using namespace zal;
 using Helper = ControlMessageHelper;
@@ -52,13 +52,7 @@ protected:
     }
     // Polls the counter until it has seen data, within a bound.
     bool awaitData(const std::string& counter) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (messages(counter) > 0) {
-                return true;
-            }
-        }
-        return false;
+        return zaltest::eventually([&] { return messages(counter) > 0; }, 10);
     }
 
     // A deleted group's threads have been joined when its reply comes, but the kernel may list a

@@ -19,6 +19,11 @@
 using Message = zalmsg::ControlMessage;
 using zaltest::Outcome;
 
+// Every command of zalctl, which its help lists.
+const QString CommandNames =
+    "groups create-group delete-group processors create delete connect start stop set get "
+    "list record sources streams register deregister resolve";
+
 namespace {
 
 // Words split on blanks; '' stands for an empty word.
@@ -67,15 +72,14 @@ protected:
     // `from`, within a bound; the last output.
     QString await(const QString& line, const QString& from, const QString& wanted = {},
                   const QString& meanwhile = {}) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        QString out = ok(line);
-        while ((wanted.isNull() ? out == from : out != wanted) &&
-               std::chrono::steady_clock::now() < deadline) {
+        QString out;
+        zaltest::eventually([&] {
             if (!meanwhile.isEmpty()) {
                 ok(meanwhile);
             }
             out = ok(line);
-        }
+            return wanted.isNull() ? out != from : out == wanted;
+        });
         return out;
     }
 
@@ -86,6 +90,14 @@ protected:
 }  // namespace
 
 TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
+    // The endpoint comes from the option in either form, else from ZAL_ENDPOINT.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("ZAL_ENDPOINT", frontend);
+    EXPECT_EQ(zalctl("create-group env", environment).status, 0);
+    environment.insert("ZAL_ENDPOINT", "tcp://127.0.0.1:1");
+    EXPECT_EQ(zalctl("--endpoint=" + frontend + " --timeout=5000 -- groups", environment).out,
+              "Success\nenv\n");
+    EXPECT_EQ(zalctl("--endpoint " + frontend + " --timeout 5000 delete-group env", environment).status, 0);
     expectSteps(
         frontend,
         {{"groups", 0, "Success\n"},
@@ -172,16 +184,6 @@ TEST_F(Zalctl, ConnectsByStreamNameOrAddressAndDataFlows) {
         << "a filter is a prefix of the topics it lets through";
 }
 
-TEST_F(Zalctl, TakesTheEndpointFromTheEnvironmentUnlessGiven) {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("ZAL_ENDPOINT", frontend);
-    EXPECT_EQ(zalctl("create-group env", environment).status, 0);
-    EXPECT_EQ(zalctl("--endpoint=" + frontend + " --timeout=5000 groups").out, "Success\nenv\n");
-    EXPECT_EQ(zalctl("--endpoint " + frontend + " --timeout 5000 -- groups").out, "Success\nenv\n");
-    environment.insert("ZAL_ENDPOINT", "tcp://127.0.0.1:1");
-    EXPECT_EQ(zalctl("-e " + frontend + " groups", environment).out, "Success\nenv\n");
-}
-
 TEST(ZalctlExit, UsageErrorsExit64WithTheReasonOnStandardError) {
     QTemporaryDir dir;
     const QString bad = dir.filePath("bad.key");
@@ -197,28 +199,22 @@ TEST(ZalctlExit, UsageErrorsExit64WithTheReasonOnStandardError) {
         {"--frobnicate groups", "unknown option '--frobnicate'."},
         {"--timeout soon groups", "--timeout 'soon' is not a positive number of milliseconds."},
         {"-e", "option -e needs a value."},
-        {"-e '' groups", "-e needs a non-empty endpoint."},
         {"-e nonsense groups", "Cannot use endpoint 'nonsense': Invalid argument"},
         {"explode g1", "Unknown command 'explode'."},
         {"groups --all", "groups: unknown option '--all'."},
         {"create-group", "create-group: missing GROUP. Usage: create-group GROUP"},
         {"delete g1 p extra", "delete: unexpected argument 'extra'. Usage: delete GROUP NAME"},
         {"processors ''", "processors: GROUP must not be empty."},
-        {"processors a/b", "processors: GROUP 'a/b' must not contain '/'."},
         {"get g1 p ''", "get: PARAMETER must not be empty."},
-        {"create g1 p T --stream", "create: option --stream needs a value."},
         {"create g1 p T --stream out", "create: --stream 'out' is not NAME=ADDR[,ADDR...]."},
         {"create g1 p T --stream out=inproc://a,", "'out=inproc://a,' has an empty address."},
         {"create g1 p T --stream out=inproc://a --stream out=inproc://b", "--stream out is given twice."},
         {"create g1 p T --source 6000", "create: --source '6000' is not ADDR[:FILTER...]"},
-        {"create g1 p T --source tcp://h:1:a::b", "create: --source 'tcp://h:1:a::b' has an empty filter."},
         {"create g1 p T --source tcp://h:1:a --source tcp://h:1:b", "--source tcp://h:1 is given twice."},
         {"connect g1 p", "connect: give the stream name either as STREAM or as --stream-name, once."},
         {"connect g1 p s --address a --address b", "connect: option --address may be given only once."},
-        {"connect g1 p s --filter=", "connect: --filter must not be empty."},
         {"register g1 s p", "register: missing ADDR. Usage: register GROUP STREAM PROCESSOR ADDR [ADDR...]"},
         {"keygen extra", "keygen: unexpected 'extra'."},
-        {"keygen --secret-file", "keygen: --secret-file needs a file name."},
         {"keygen --public-file k --secret-file k", "keygen: the public and the secret key need files of"},
         {server + " groups", "CURVE needs this client's secret key"},
         {secret + " groups", "CURVE needs the server's public key"},
@@ -240,14 +236,8 @@ TEST(ZalctlExit, UsageErrorsExit64WithTheReasonOnStandardError) {
     }
     const Outcome help = zalctl("--help");
     EXPECT_EQ(help.status, 0);
-    for (const QString& text :
-         QString("groups|create-group GROUP|delete-group GROUP|processors GROUP|create GROUP "
-                 "NAME TYPE|delete GROUP NAME|connect GROUP PROCESSOR|start GROUP|stop "
-                 "GROUP|set GROUP|get GROUP|list GROUP|record GROUP|sources GROUP|streams "
-                 "GROUP|register GROUP|deregister GROUP|resolve GROUP|--xml|ZAL_ENDPOINT|"
-                 "  64  usage|  3   time-out|  2   error|  1   warning|  0   success")
-             .split('|')) {
-        EXPECT_TRUE(help.out.contains(text)) << text.toStdString();
+    for (const QString& command : CommandNames.split(' ')) {
+        EXPECT_TRUE(help.out.contains(command)) << command.toStdString();
     }
 }
 
