@@ -1,9 +1,9 @@
-// Who the CURVE frontend lets in: the ZAP handler's answers, and an environment with it, over real TCP.
+// The ZAP handler's answer to every request libzmq may send it. Who gets in through a CURVE frontend,
+// with keys from files, is zal-host's test (tests/tools).
 #include <gtest/gtest.h>
 
-#include "support/frontendclient.h"
+#include "support/sockets.h"
 #include "support/tracecapture.h"
-#include "zal/host/environment.h"
 #include "zal/services/zaphandler.h"
 #include "zal/threads/zmqcontrollablethread.h"
 #include "zal/transport/curvekeys.h"
@@ -31,21 +31,6 @@ std::vector<QByteArray> zapRequest(const QByteArray& mechanism, const std::strin
                                    const QByteArray& domain = ZapHandler::domain,
                                    const QByteArray& version = "1.0") {
     return {version, "17", domain, "192.0.2.1", "", mechanism, QByteArray::fromStdString(binaryKey(key))};
-}
-
-// Whether the group manager behind `frontend` answers a client with the given keys (none: plain).
-// A refused client's request is never answered, so a refusal takes the whole bound.
-bool served(const std::string& frontend, const std::string& serverKey, const CurveKeys::Pair* client,
-            long timeoutMs) {
-    auto socket = zaltest::makeSocket(zmq::socket_type::dealer);
-    socket.set(zmq::sockopt::linger, 0);
-    if (client != nullptr) {
-        CurveKeys::applyClient(socket, serverKey, *client);
-    }
-    zaltest::FrontendClient asking(std::move(socket), frontend);
-    asking.send(internalAddressPrefixDefault,
-                ControlMessageHelper::toPayload(ControlMessageHelper::makeQueryProcessorGroupsMessage()));
-    return asking.receive(timeoutMs).size() == 3;
 }
 
 }  // namespace
@@ -85,27 +70,4 @@ TEST(ZapHandler, AdmitsOnlyAuthorisedCurveKeysOfItsDomainAndAnswersEveryRequest)
     EXPECT_EQ(handler.getState(), Running);
     EXPECT_EQ(trace.lines().filter("ZapHandler: refused client at '192.0.2.1'").size(),
               static_cast<qsizetype>(refused.size()) - 2);
-}
-
-// Who gets in through a CURVE frontend, with keys from files, is zal-host's test; here an
-// environment runs a handler only with keys, and frees its endpoint for the next one.
-TEST(ZapHandler, TheEnvironmentRunsAHandlerOnlyWithCurveKeys) {
-    const CurveKeys::Pair server = CurveKeys::generate();
-    const CurveKeys::Pair known = CurveKeys::generate();
-    {
-        Environment plain("tcp://127.0.0.1:*");
-        EXPECT_FALSE(plain.frontendUsesCurve());
-        EXPECT_TRUE(askZap(zapRequest("CURVE", known.publicKey), 1000).empty())
-            << "nobody answers ZAP without CURVE";
-    }
-    RouterOptions options;
-    options.curveSecretKey = server.secretKey;
-    options.curveAuthorizedKeys = {known.publicKey};
-    for (int round = 0; round < 2; ++round) {
-        Environment secured("tcp://127.0.0.1:*", options);
-        EXPECT_TRUE(secured.frontendUsesCurve());
-        EXPECT_TRUE(served(secured.getRouterFrontendAddress(), server.publicKey, &known, 10000));
-        EXPECT_FALSE(served(secured.getRouterFrontendAddress(), known.publicKey, &known, 500))
-            << "a wrong server key fails the handshake";
-    }
 }
