@@ -116,13 +116,11 @@ TEST_F(ProcessorTest, BroadcastsAreHandledWithoutReply) {
     ZmqHelper::bindSocket(publisher, broadcast);
     ZmqPubControlSocket out(publisher);
     // Subscriptions travel to the publisher asynchronously: repeat until the value is there.
-    bool arrived = false;
-    for (int attempt = 0; attempt < 200 && !arrived; ++attempt) {
+    EXPECT_TRUE(zaltest::eventually([&] {
         out.sendMessage(
             Helper::makeMessageEnvelope("everyone", Helper::makeSetParameterMessage("mode", "broadcast")));
-        arrived = ask(Helper::makeGetParameterMessage("mode")).GetParameter() == "broadcast";
-    }
-    EXPECT_TRUE(arrived);
+        return ask(Helper::makeGetParameterMessage("mode")).GetParameter() == "broadcast";
+    }));
     EXPECT_TRUE(client.receive(100).empty()) << "a broadcast is never answered";
 }
 

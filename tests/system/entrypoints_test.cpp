@@ -1,4 +1,5 @@
-// libzal as a host sees it: dlopen, the two C entry points, Execute and Shutdown.
+// libzal as a host sees it, through dlopen and its two C entry points, when the start fails. A start
+// with and without a configuration is zal-host's test (tests/tools).
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -50,43 +51,13 @@ struct EntryPoints : ::testing::Test {
 
 }  // namespace
 
-// zal-host runs the entry points once; a host may run them again, and must find them idempotent.
-TEST_F(EntryPoints, ExecuteAndShutdownTwiceWithAndWithoutTheKey) {
-    ASSERT_TRUE(library.create && library.destroy) << dlerror();
-    library.destroy(nullptr);
-    IDllInstance* instance = library.create(L"zaltest-instance");
-    auto* environmentDll = dynamic_cast<EnvironmentDll*>(instance);
-    ASSERT_NE(environmentDll, nullptr);
-    EXPECT_EQ(environmentDll->getName(), "zaltest-instance");
-    // Without a configuration every key takes its default: the in-process frontend.
-    for (int round = 0; round < 2; ++round) {
-        ASSERT_TRUE(instance->Execute(0, nullptr));
-        EXPECT_EQ(environmentDll->getEnvironment()->getRouterFrontendAddress(), routerFrontendAddressDefault);
-        expectServing(routerFrontendAddressDefault);
-        instance->Shutdown();
-        EXPECT_EQ(environmentDll->getEnvironment(), nullptr);
-    }
-    // With the key the frontend is where it says; a second Execute replaces the first environment.
-    QFile file(dir.filePath("zal.ini"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("EnvironmentAddress=tcp://127.0.0.1:*\n") > 0);
-    file.close();
-    qputenv("ZAL_CONFIG", file.fileName().toLocal8Bit());
-    for (int round = 0; round < 2; ++round) {
-        ASSERT_TRUE(instance->Execute(0, nullptr));
-        const std::string frontend = environmentDll->getEnvironment()->getRouterFrontendAddress();
-        EXPECT_EQ(frontend.rfind("tcp://127.0.0.1:", 0), 0u) << frontend;
-        expectServing(frontend);
-    }
-    instance->Shutdown();
-    instance->Shutdown();
-    library.destroy(instance);
-}
-
 // A missing configuration file and a frontend already taken: nothing starts, and the trace says why.
 TEST_F(EntryPoints, AFailedStartIsTracedAndLeavesNothingRunning) {
     zaltest::TraceCapture trace;
+    ASSERT_TRUE(library.create && library.destroy) << dlerror();
+    library.destroy(nullptr);
     IDllInstance* instance = library.create(L"zaltest-failing");
-    ASSERT_NE(instance, nullptr);
+    ASSERT_NE(dynamic_cast<EnvironmentDll*>(instance), nullptr);
     qputenv("ZAL_CONFIG", dir.filePath("absent.ini").toLocal8Bit());
     EXPECT_FALSE(instance->Execute(0, nullptr));
     EXPECT_EQ(trace.lines(), QStringList{"environmentdll:31 Invalid configuration of EnvironmentDll"});
