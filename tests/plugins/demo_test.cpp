@@ -7,7 +7,6 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <chrono>
-#include <thread>
 
 #include "recordingreader.h"
 #include "support/frontendclient.h"

@@ -3,7 +3,6 @@
 // and replies is what every system test does.
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
 
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"

@@ -2,7 +2,6 @@
 // with their zero byte are met by every test of the system.
 #include <gtest/gtest.h>
 
-#include <QStringList>
 #include <cerrno>
 
 #include "support/sockets.h"
