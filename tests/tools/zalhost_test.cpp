@@ -5,10 +5,8 @@
 #include <QTemporaryDir>
 
 #include "recordingreader.h"
-#include "support/frontendclient.h"
 #include "support/program.h"
 #include "support/qtprinters.h"
-#include "zal/transport/constants.h"
 
 using zaltest::RunningProgram;
 using zaltest::runProgram;
@@ -195,20 +193,6 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
          "--duration", "2"});
     EXPECT_TRUE(replay.out.contains("summary g/player: done=true")) << replay.out.toStdString();
     EXPECT_EQ(messagesOf(dir.filePath("third.zrec")), second);
-}
-
-// Malformed messages on a TCP frontend are dropped by default (the hostile suite shows that); a
-// configuration that says otherwise wins, and the router ends at the first one.
-TEST_F(ZalHost, AnExplicitRouterDropMalformedFalseWins) {
-    RunningProgram host("zal-host", {"--config", write("strict.ini",
-                                                       "EnvironmentAddress=tcp://127.0.0.1:*\n"
-                                                       "RouterDropMalformed=false\n")});
-    const QString frontend = frontendOf(host);
-    ASSERT_TRUE(frontend.startsWith("tcp://")) << host.output().toStdString();
-    EXPECT_EQ(zalctl(frontend, {"groups"}).status, 0);
-    zaltest::FrontendClient client(frontend.toStdString());
-    client.sendRaw({"", "inproc://zal"});
-    EXPECT_EQ(runProgram("zalctl", {"--timeout", "1000", "-e", frontend, "groups"}).status, 3);
 }
 
 TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
