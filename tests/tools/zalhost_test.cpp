@@ -132,8 +132,9 @@ TEST_F(ZalHost, ReportsEachOutcomeWithItsStatusAndReason) {
     }
 }
 
-// A recording split while messages flow loses none: the sequence numbers that start the generator's
-// payloads run on from the first file into the second. The second, replayed, is recorded again.
+// The demo plug-in as a user drives it. A recording split while messages flow loses none: the
+// sequence numbers that start the generator's payloads run on from the first file into the second.
+// The second, replayed, is recorded again.
 TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
     RunningProgram host(
         "zal-host",
@@ -157,6 +158,13 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
         }
     };
     awaitRecorded(0);
+    // Values outside a parameter's range are refused and leave the old one; so is a recording over
+    // an existing file.
+    for (const char* refused : {"set g gen size -1", "set g gen rate inf", "set g gen sent 0",
+                                "set g rec directory /nonexistent/dir", "record g rec first.zrec"}) {
+        EXPECT_EQ(zalctl(frontend, QString(refused).split(' ')).status, 2) << refused;
+    }
+    EXPECT_EQ(zalctl(frontend, {"get", "g", "gen", "rate"}).out, "Success\n500\n");
     EXPECT_EQ(zalctl(frontend, {"record", "g", "rec", "second.zrec"}).status, 0);
     awaitRecorded(50);
     EXPECT_EQ(zalctl(frontend, {"stop", "g", "gen", "numbers"}).status, 0);
