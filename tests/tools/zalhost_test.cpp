@@ -183,24 +183,32 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
         ASSERT_EQ(all[i], qMakePair(QByteArray("t"), payload.left(40))) << i;
     }
 
-    const auto replay = runProgram(
-        "zal-host",
-        {"--pipeline",
-         write("replay.pipeline", QString("create-group g\n"
-                                          "create g player demo.Player --stream replayed=inproc://replayed\n"
-                                          "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
-                                          "set g rec directory \"%1\"\n"
-                                          "set g player file \"%1/second.zrec\"\n"
-                                          "set g player speed full\n"
-                                          "connect g rec replayed\n"
-                                          "record g rec third.zrec\n"
-                                          "start g player replayed\n"
-                                          "watch g player done\n")
-                                      .arg(dir.path())
-                                      .toUtf8()),
-         "--duration", "2"});
-    EXPECT_TRUE(replay.out.contains("summary g/player: done=true")) << replay.out.toStdString();
-    EXPECT_EQ(messagesOf(dir.filePath("third.zrec")), second);
+    // Replays `from` at full speed into a new recording `to`, and reads that.
+    const auto replay = [&](const QString& from, const QString& to) {
+        const auto outcome = runProgram(
+            "zal-host", {"--pipeline",
+                         write(to + ".pipeline",
+                               QString("create-group g\n"
+                                       "create g player demo.Player --stream replayed=inproc://replayed\n"
+                                       "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
+                                       "set g rec directory \"%1\"\n"
+                                       "set g player file \"%1/%2\"\n"
+                                       "set g player speed full\n"
+                                       "connect g rec replayed\n"
+                                       "record g rec %3\n"
+                                       "start g player replayed\n"
+                                       "watch g player done\n")
+                                   .arg(dir.path(), from, to)
+                                   .toUtf8()),
+                         "--duration", "2"});
+        EXPECT_TRUE(outcome.out.contains("summary g/player: done=true")) << outcome.out.toStdString();
+        return messagesOf(dir.filePath(to));
+    };
+    EXPECT_EQ(replay("second.zrec", "third.zrec"), second);
+    // A recording cut in its last record plays every whole record before the cut.
+    QFile cut(dir.filePath("second.zrec"));
+    ASSERT_TRUE(cut.resize(cut.size() - 3));
+    EXPECT_EQ(replay("second.zrec", "fourth.zrec"), second.mid(0, second.size() - 1));
 }
 
 TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
