@@ -124,21 +124,18 @@ TEST_F(ProcessorTest, BroadcastsAreHandledWithoutReply) {
     EXPECT_TRUE(client.receive(100).empty()) << "a broadcast is never answered";
 }
 
+// Idle processing is what a processor does when nothing arrives for a while (the test plug-in's
+// Source publishes on a timer with it); traffic faster than its time-out starves it.
 TEST_F(ProcessorTest, IdleProcessingRunsOnlyWhenEnabledAndQuiet) {
-    for (int i = 0; i < 5; ++i) {
-        ask(Helper::makeGetParameterListMessage());
-    }
+    ask(Helper::makeGetParameterListMessage());
     EXPECT_EQ(scripted->idle.load(), 0) << "idle processing is off by default";
-    // The data check follows the reply, so the fifth may still be on its way.
-    EXPECT_TRUE(zaltest::eventually([&] { return scripted->dataEvents.load() >= 5; }))
+    EXPECT_TRUE(zaltest::eventually([&] { return scripted->dataEvents.load() >= 1; }))
         << "every wake-up with events checks for data";
-    ask(Helper::makeSetParameterMessage("idle", "10"));
-    EXPECT_TRUE(zaltest::eventually([&] { return scripted->idle.load() >= 3; }));
-    // Traffic faster than the timeout starves it.
     ask(Helper::makeSetParameterMessage("idle", "2000"));
-    const int before = scripted->idle.load();
     for (int i = 0; i < 50; ++i) {
         ask(Helper::makeGetParameterListMessage());
     }
-    EXPECT_EQ(scripted->idle.load(), before);
+    EXPECT_EQ(scripted->idle.load(), 0);
+    ask(Helper::makeSetParameterMessage("idle", "10"));
+    EXPECT_TRUE(zaltest::eventually([&] { return scripted->idle.load() >= 3; }));
 }

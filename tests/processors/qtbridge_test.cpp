@@ -137,30 +137,22 @@ TEST_F(QtBridgeTest, SubscribesEachTopicOnceAndPausesAsAWhole) {
     publisher.set(zmq::sockopt::xpub_verbose, 1);
     publisher.set(zmq::sockopt::xpub_verboser, 1);
     ZmqHelper::bindSocket(publisher, address);
-    ask(Helper::makeConnectStreamMessage("s", address, "t"));
-    EXPECT_EQ(subscriptions(), QStringList{"+t"});
-    ask(Helper::makeStartStreamMessage("t"));
-    ask(Helper::makeStartStreamMessage("u"));
-    EXPECT_EQ(subscriptions(), QStringList{"+u"}) << "t was subscribed already";
-    ask(Helper::makeStopStreamMessage("t"));
-    EXPECT_EQ(subscriptions(), QStringList{"-t"});
-    publish("t", "stopped");
-    publish("u", "u1");
-    ASSERT_TRUE(receiver.waitFor(1));
-
-    // t is no longer subscribed, so neither a second stop of it nor the pause cancels it again.
-    ask(Helper::makeStopStreamMessage("t"));
-    ask(Helper::makeStopStreamMessage(""));
-    EXPECT_EQ(subscriptions(), QStringList{"-u"});
-    publish("t", "paused");
-    publish("u", "paused");
-    // Resuming brings back every topic ever requested, t included, in the order requested.
-    ask(Helper::makeStartStreamMessage(""));
-    EXPECT_EQ(subscriptions(), (QStringList{"+t", "+u"}));
+    const std::pair<zalmsg::ControlMessage, QStringList> steps[] = {
+        {Helper::makeConnectStreamMessage("s", address, "t"), {"+t"}},
+        {Helper::makeStartStreamMessage("t"), {}},  // t is subscribed already
+        {Helper::makeStartStreamMessage("u"), {"+u"}},
+        {Helper::makeStopStreamMessage("t"), {"-t"}},
+        {Helper::makeStopStreamMessage("t"), {}},
+        {Helper::makeStopStreamMessage(""), {"-u"}},         // the pause cancels what is subscribed
+        {Helper::makeStartStreamMessage(""), {"+t", "+u"}},  // every topic requested, in order
+    };
+    for (const auto& [request, subscribed] : steps) {
+        ask(request);
+        EXPECT_EQ(subscriptions(), subscribed) << request.GetMessageTypeAsString().toStdString();
+    }
     publish("t", "r1");
-    publish("u", "r2");
-    ASSERT_TRUE(receiver.waitFor(3));
-    EXPECT_EQ(receiver.received, (QStringList{"u:u1", "t:r1", "u:r2"}));
+    ASSERT_TRUE(receiver.waitFor(1));
+    EXPECT_EQ(receiver.received, QStringList{"t:r1"});
 }
 
 TEST_F(QtBridgeTest, AnEmptyFilterListSubscribesToEverythingBeyondAPauseAndParametersAreRefused) {
