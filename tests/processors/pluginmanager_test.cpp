@@ -4,8 +4,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QTemporaryDir>
-#include <atomic>
-#include <thread>
 
 #include "support/tracecapture.h"
 #include "zal/processors/plugin.h"
@@ -146,23 +144,4 @@ TEST(PluginManager, RegistersOnlyNewNamesAndKeepsThemOwnedByTheCaller) {
     EXPECT_EQ(manager.getPlugin("local.Anything"), &local);
     EXPECT_EQ(create(manager, "Local"), nullptr) << "a plug-in that does not create declines";
     EXPECT_TRUE(trace.lines().isEmpty());
-}
-
-TEST(PluginManager, ServesGroupsInManyThreadsLoadingEachLibraryOnce) {
-    PluginManager manager;
-    std::atomic<int> created{0};
-    std::vector<std::thread> groups;
-    for (int g = 0; g < 4; ++g) {
-        groups.emplace_back([&manager, &created, g] {
-            for (int i = 0; i < 20; ++i) {
-                const auto processor = create(manager, (i + g) % 2 == 0 ? "testplugin.Echo" : "QtBridge");
-                created += processor != nullptr ? 1 : 0;
-            }
-        });
-    }
-    for (auto& group : groups) {
-        group.join();
-    }
-    EXPECT_EQ(created.load(), 80);
-    EXPECT_EQ(names(manager.getPlugins()), (QStringList{"base", "testplugin"}));
 }

@@ -1,9 +1,7 @@
 // A processor in its own thread, driven through a running router as an outside client would: the
-// failure texts no plug-in of the other tests gives, broadcasts, idle processing, its identity.
+// failure texts no plug-in of the other tests gives. Idle processing is the test plug-in Source's
+// timer, which zal-host's and the scale tests run.
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
 
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
@@ -16,7 +14,7 @@ using Helper = ControlMessageHelper;
 
 namespace {
 
-// Fails whatever is named "bad"; counts its idle and data wake-ups for the test thread.
+// Fails whatever is named "bad".
 class ScriptedProcessor : public ProcessorBase {
 public:
     ScriptedProcessor(const std::string& name, const std::string& prefix = internalAddressPrefixDefault)
@@ -29,8 +27,6 @@ public:
         subscribeParameter("");
         return true;
     }
-    std::atomic<int> idle{0};
-    std::atomic<int> dataEvents{0};
 
 protected:
     bool connect(const QString& stream, const QString& address, const QVector<QString>& filters) override {
@@ -43,9 +39,6 @@ protected:
     bool start(const QString& stream) override { return stream != "bad"; }
     bool stop(const QString& stream) override { return stream != "bad"; }
     bool setParameter(const QString& name, const QString& value) override {
-        if (name == "idle") {
-            value.toInt() > 0 ? enableIdleProcessing(value.toInt()) : disableIdleProcessing();
-        }
         mode = name == "mode" ? value : mode;
         return name != "bad";
     }
@@ -55,8 +48,6 @@ protected:
     }
     bool getParameterList(QStringList& names) override { return names.isEmpty(); }
     bool startNewRecording(QString& parameter) override { return parameter != "fail"; }
-    void doIdleProcessing() override { ++idle; }
-    void checkDataEvents() override { ++dataEvents; }
 
 private:
     QString last;
@@ -108,34 +99,4 @@ TEST_F(ProcessorTest, AnswersEachRequestOrSaysWhatFailed) {
     ASSERT_EQ(frames.size(), 3u);
     EXPECT_TRUE(Helper::fromPayload(frames[2]).GetMessageText().startsWith("Invalid message: "));
     EXPECT_EQ(processor.getState(), Running) << "nothing of that ends the processor";
-}
-
-TEST_F(ProcessorTest, BroadcastsAreHandledWithoutReply) {
-    auto publisher = zaltest::makeSocket(zmq::socket_type::pub);
-    std::string broadcast = Endpoints::getGroupBroadcastEndpoint("g", internalAddressPrefixDefault);
-    ZmqHelper::bindSocket(publisher, broadcast);
-    ZmqPubControlSocket out(publisher);
-    // Subscriptions travel to the publisher asynchronously: repeat until the value is there.
-    EXPECT_TRUE(zaltest::eventually([&] {
-        out.sendMessage(
-            Helper::makeMessageEnvelope("everyone", Helper::makeSetParameterMessage("mode", "broadcast")));
-        return ask(Helper::makeGetParameterMessage("mode")).GetParameter() == "broadcast";
-    }));
-    EXPECT_TRUE(client.receive(100).empty()) << "a broadcast is never answered";
-}
-
-// Idle processing is what a processor does when nothing arrives for a while (the test plug-in's
-// Source publishes on a timer with it); traffic faster than its time-out starves it.
-TEST_F(ProcessorTest, IdleProcessingRunsOnlyWhenEnabledAndQuiet) {
-    ask(Helper::makeGetParameterListMessage());
-    EXPECT_EQ(scripted->idle.load(), 0) << "idle processing is off by default";
-    EXPECT_TRUE(zaltest::eventually([&] { return scripted->dataEvents.load() >= 1; }))
-        << "every wake-up with events checks for data";
-    ask(Helper::makeSetParameterMessage("idle", "2000"));
-    for (int i = 0; i < 50; ++i) {
-        ask(Helper::makeGetParameterListMessage());
-    }
-    EXPECT_EQ(scripted->idle.load(), 0);
-    ask(Helper::makeSetParameterMessage("idle", "10"));
-    EXPECT_TRUE(zaltest::eventually([&] { return scripted->idle.load() >= 3; }));
 }

