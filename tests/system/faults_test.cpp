@@ -11,6 +11,7 @@
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "support/requestflood.h"
+#include "support/tracecapture.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
 #include "zal/transport/constants.h"
@@ -141,11 +142,24 @@ TEST(FaultsShutdown, CompletesWhileRequestsAreInFlight) {
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("EnvironmentAddress=tcp://127.0.0.1:*\n");
     }
-    qputenv("ZAL_CONFIG", config.toLocal8Bit());
     EnvironmentDll instance("zaltest-shutdown");
+    {
+        // A configuration that is missing starts nothing, and the trace says why.
+        zaltest::TraceCapture trace;
+        qputenv("ZAL_CONFIG", dir.filePath("absent.ini").toLocal8Bit());
+        EXPECT_FALSE(instance.Execute(0, nullptr));
+        EXPECT_EQ(trace.lines(), QStringList{"environmentdll:31 Invalid configuration of EnvironmentDll"});
+    }
+    qputenv("ZAL_CONFIG", config.toLocal8Bit());
     ASSERT_TRUE(instance.Execute(0, nullptr));
     qunsetenv("ZAL_CONFIG");
     const std::string frontend = instance.getEnvironment()->getRouterFrontendAddress();
+    {
+        // A second start while the first runs cannot bind the router's internal endpoint.
+        zaltest::TraceCapture trace;
+        EXPECT_FALSE(EnvironmentDll("zaltest-second").Execute(0, nullptr));
+        EXPECT_TRUE(trace.lines().last().contains("Caught unknown exception in EnvironmentDll::Execute"));
+    }
     {
         zaltest::FrontendClient setup(frontend);
         for (const std::string name : {"a", "b", "c"}) {
