@@ -40,8 +40,8 @@ TEST(NameService, ResolvesWhatWasRegisteredAndAnswersEverythingElse) {
     EXPECT_EQ(client.getLastMessageText(), "Error: 's1' does not exist");
     EXPECT_EQ(processor, "unchanged");
 
-    // Through the router: a stream without addresses, then requests it does not serve and garbage,
-    // which are answered rather than fatal.
+    // Through the router, as zalctl asks it: a stream without addresses, and a request it does not
+    // serve. Garbage is answered by the handler every service shares, which the hostile suite attacks.
     EXPECT_TRUE(client.registerStream("empty", "p", {}));
     zaltest::FrontendClient outside(*frontend);
     const std::string identity = Endpoints::getNameServiceEndpoint("g", prefix);
@@ -51,12 +51,6 @@ TEST(NameService, ResolvesWhatWasRegisteredAndAnswersEverythingElse) {
     EXPECT_TRUE(resolved.GetStreamAddresses().isEmpty());
     EXPECT_EQ(outside.refusal(identity, ControlMessageHelper::makeCreateProcessorGroupMessage("x")),
               "Unknown message type");
-    outside.send(identity, "<ControlMessage><MessageType>");
-    const auto frames = outside.receive();
-    ASSERT_EQ(frames.size(), 3u);
-    EXPECT_TRUE(
-        ControlMessageHelper::fromPayload(frames[2]).GetMessageText().startsWith("Invalid message: "));
-    outside.succeed(identity, ControlMessageHelper::makeResolveStreamMessage("empty"));
 }
 
 TEST(RequestClient, TimesOutThenWorksOnAFreshSocket) {

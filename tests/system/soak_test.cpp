@@ -130,11 +130,6 @@ TEST_F(Soak, GroupsAndProcessorsComeAndGoWhileDataFlowsAndLeaveNothingBehind) {
         "soak: cycles=%d seconds=%.1f rss_kib_before=%lld rss_kib_after=%lld threads_before=%d "
         "threads_after=%d messages_during=%lld\n",
         cycles, seconds, before.rssKiB, after.rssKiB, before.threads, after.threads, flowed);
-    RecordProperty("cycles", cycles);
-    RecordProperty("rss_kib_before", std::to_string(before.rssKiB));
-    RecordProperty("rss_kib_after", std::to_string(after.rssKiB));
-    RecordProperty("threads_before", before.threads);
-    RecordProperty("threads_after", after.threads);
 
     EXPECT_GT(flowed, 0) << "data stopped flowing during the cycles";
     EXPECT_GE(after.threads, before.threads);
