@@ -126,6 +126,7 @@ TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
          {"delete g bridge", 0, "Success\n"},
          {"delete g bridge", 2, "Error: A processor with the name 'bridge' does not exists.\n"},
          {"--timeout 300 list g bridge", 3, ""},
+         {"--timeout 300 get nogroup p x", 3, ""},
          {"streams g sink", 0, "Success\nsunk  inproc://ctl/a,inproc://ctl/b  stopped\n"},
          {"sources g sink", 0,
           "Success\ninproc://ctl/in  filters: t1,t2\ntcp://[::1]:7000  filters: (all)\n"},
@@ -241,41 +242,28 @@ TEST(ZalctlExit, UsageErrorsExit64WithTheReasonOnStandardError) {
     }
 }
 
-TEST(ZalctlExit, SilenceIsATimeOutWithStatus3) {
-    // A port that was just bound and released: nothing listens there.
-    std::string vacant = "tcp://127.0.0.1:*";
-    {
-        zmq::socket_t socket = zaltest::makeSocket(zmq::socket_type::router);
-        zal::ZmqHelper::bindSocket(socket, vacant);
-        socket.set(zmq::sockopt::linger, 0);
-    }
-    const QString e = "-e " + QString::fromStdString(vacant) + " --timeout 300 ";
-    const Outcome r = zalctl(e + "groups");
-    EXPECT_EQ(r.status, 3);
-    EXPECT_TRUE(r.out.isEmpty());
-    EXPECT_EQ(r.err, "zalctl: Time-out: Socket timeout 300ms: " + QString::fromStdString(vacant) +
-                         " (no reply from inproc://zal; nothing listens at the endpoint, or that group or "
-                         "processor does not exist)\n");
-    const zal::CurveKeys::Pair client = zal::CurveKeys::generate();
-    const Outcome curve =
-        zalctl(e + "--curve-server-key " + QString::fromStdString(client.publicKey) + " --curve-secret-key " +
-               QString::fromStdString(client.secretKey) + " groups");
-    EXPECT_EQ(curve.status, 3);
-    EXPECT_TRUE(curve.err.contains("or the server refused these CURVE keys")) << curve.err.toStdString();
-
-    // The router drops a request for a processor that does not exist, which is also silence.
-    zal::Environment environment("tcp://127.0.0.1:*");
-    const Outcome missing = zalctl("-e " + QString::fromStdString(environment.getRouterFrontendAddress()) +
-                                   " --timeout 300 get nogroup p x");
-    EXPECT_EQ(missing.status, 3);
-    EXPECT_TRUE(missing.err.contains("no reply from inproc://zal/nogroup/p")) << missing.err.toStdString();
-}
-
-// No service of the system answers with a warning or a running stream, so a stand-in frontend does.
-TEST(ZalctlExit, WarningRepliesExit1AndUnreadableRepliesExit2) {
+// A stand-in frontend: silent first, then with the replies no service of the system gives (a
+// warning, a running stream) and with garbage.
+TEST(ZalctlExit, SilenceWarningsAndUnreadableRepliesHaveStatusesOfTheirOwn) {
     zmq::socket_t router = zaltest::makeSocket(zmq::socket_type::router);
     std::string endpoint = "tcp://127.0.0.1:*";
     zal::ZmqHelper::bindSocket(router, endpoint);
+    const QString e = "-e " + QString::fromStdString(endpoint) + " ";
+    const Outcome silent = zalctl(e + "--timeout 300 groups");
+    EXPECT_EQ(silent.status, 3);
+    EXPECT_TRUE(silent.out.isEmpty());
+    EXPECT_EQ(silent.err,
+              "zalctl: Time-out: Socket timeout 300ms: " + QString::fromStdString(endpoint) +
+                  " (no reply from inproc://zal; nothing listens at the endpoint, or that group or "
+                  "processor does not exist)\n");
+    const zal::CurveKeys::Pair client = zal::CurveKeys::generate();
+    const Outcome curve =
+        zalctl(e + "--timeout 300 --curve-server-key " + QString::fromStdString(client.publicKey) +
+               " --curve-secret-key " + QString::fromStdString(client.secretKey) + " groups");
+    EXPECT_EQ(curve.status, 3);
+    EXPECT_TRUE(curve.err.contains("or the server refused these CURVE keys")) << curve.err.toStdString();
+    while (!zaltest::receiveFrames(router, 100).empty()) {
+    }
     // Runs zalctl with `words` and answers its one request with `reply`.
     const auto serve = [&](const QString& words, const QByteArray& reply) {
         auto served = std::async(std::launch::async, [&] {
@@ -285,7 +273,7 @@ TEST(ZalctlExit, WarningRepliesExit1AndUnreadableRepliesExit2) {
             }
             return frames.size() == 4 ? frames[2] : QByteArray();
         });
-        const Outcome outcome = zalctl("-e " + QString::fromStdString(endpoint) + " " + words);
+        const Outcome outcome = zalctl(e + words);
         EXPECT_EQ(served.get(), zal::ControlMessageHelper::makeIdentity("inproc://zal/g/p"));
         return outcome;
     };
