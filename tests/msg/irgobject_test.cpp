@@ -204,23 +204,16 @@ TEST(IRGObject, HeaderMustNameTheClassAndLengthsMustFit) {
 
 TEST(IRGObject, ValidityHelpersMarkEachTypesInvalidValue) {
     const DataSource object;
-    int i = 3;
-    unsigned int u = 3;
-    qint64 l = 3;
-    float f = 1.0f;
-    double x = 1.0;
-    QString s = QStringLiteral("");
-    EXPECT_TRUE(object.IsValid(i) && object.IsValid(u) && object.IsValid(l) && object.IsValid(f) &&
-                object.IsValid(x) && object.IsValid(s) && object.IsValid(false) &&
-                object.IsValid(QDateTime::currentDateTime()));
-    object.SetInvalid(i);
-    object.SetInvalid(u);
-    object.SetInvalid(l);
-    object.SetInvalid(f);
-    object.SetInvalid(x);
-    object.SetInvalid(s);
-    EXPECT_FALSE(object.IsValid(i) || object.IsValid(u) || object.IsValid(l) || object.IsValid(f) ||
-                 object.IsValid(x) || object.IsValid(s) || object.IsValid(QDateTime()));
+    // Valid before SetInvalid, invalid after.
+    const auto invalidates = [&](auto value) {
+        const bool valid = object.IsValid(value);
+        object.SetInvalid(value);
+        return valid && !object.IsValid(value);
+    };
+    EXPECT_TRUE(invalidates(3) && invalidates(3u) && invalidates(qint64(3)) && invalidates(1.0f) &&
+                invalidates(1.0) && invalidates(QStringLiteral("")));
+    EXPECT_TRUE(object.IsValid(false) && object.IsValid(QDateTime::currentDateTime()));
+    EXPECT_FALSE(object.IsValid(QDateTime()));
     EXPECT_EQ(object.GetObjectType(), UndefinedObjectType);
     DataSource typed;
     typed.SetObjectType(ConfigurationObjectType);

@@ -21,16 +21,15 @@ using Frames = std::vector<QByteArray>;
 
 namespace {
 
-// A connected pair of sockets of the given types, bound over the transport under test.
+// A connected pair of PAIR sockets, bound over the transport under test.
 struct SocketPair {
     zmq::socket_t bound;
     zmq::socket_t connected;
     std::string address;
 };
 
-SocketPair makePair(const std::string& transport, zmq::socket_type boundType,
-                    zmq::socket_type connectedType) {
-    SocketPair pair{makeSocket(boundType), makeSocket(connectedType), {}};
+SocketPair makePair(const std::string& transport) {
+    SocketPair pair{makeSocket(zmq::socket_type::pair), makeSocket(zmq::socket_type::pair), {}};
     pair.address = transport == "tcp" ? std::string("tcp://127.0.0.1:*") : zaltest::uniqueInproc("framing");
     ZmqHelper::bindSocket(pair.bound, pair.address);
     ZmqHelper::connectSocket(pair.connected, pair.address);
@@ -65,7 +64,7 @@ TEST_P(Framing, EachEnvelopeModeHasItsFramesAndReadsBack) {
         {4, {"xyz"}, ""},
         {-7, {"xyz"}, ""},
     };
-    auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
+    auto pair = makePair(GetParam());
     for (const auto& c : cases) {
         SCOPED_TRACE("mode " + std::to_string(c.mode));
         ZmqControlSocket out(pair.connected, c.mode);
@@ -85,7 +84,7 @@ TEST_P(Framing, EachEnvelopeModeHasItsFramesAndReadsBack) {
 }
 
 TEST_P(Framing, EnvelopeReceiveRefusesMissingFramesAndLeavesSurplus) {
-    auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
+    auto pair = makePair(GetParam());
     ZmqControlSocket mode0(pair.bound, 0);
     ControlMessage message;
 
@@ -110,7 +109,7 @@ TEST_P(Framing, EnvelopeReceiveRefusesMissingFramesAndLeavesSurplus) {
 // Large payloads leave by reference and queued ones are read into reused buffers: neither may let
 // a later change of the sender's or the receiver's bytes show through.
 TEST_P(Framing, ByteStreamBuffersAreNeverSharedVisibly) {
-    auto pair = makePair(GetParam(), zmq::socket_type::pair, zmq::socket_type::pair);
+    auto pair = makePair(GetParam());
     ZmqByteStreamOutSocket out(pair.connected);
     ZmqByteStreamInSocket in(pair.bound);
     ByteStreamMessage message;
@@ -162,7 +161,7 @@ TEST_P(Framing, ByteStreamBuffersAreNeverSharedVisibly) {
 INSTANTIATE_TEST_SUITE_P(Transports, Framing, ::testing::Values("inproc", "tcp"));
 
 TEST(Framing, FailuresCarryTheirTexts) {
-    auto pair = makePair("inproc", zmq::socket_type::pair, zmq::socket_type::pair);
+    auto pair = makePair("inproc");
     ControlMessage message{"a", "b"};
 
     ZmqPubControlSocket pub(pair.connected);
