@@ -1,5 +1,5 @@
-// Services in real threads: the blocking start, failure reports, the stop over the pipe, and the
-// stand-alone readiness handshake of a thread a creator manages itself.
+// Services in real threads: the blocking start and failure reports, and the stand-alone readiness
+// handshake of a thread a creator manages itself. The stop over the pipe is every service's.
 #include <gtest/gtest.h>
 
 #include <QDeadlineTimer>
@@ -30,12 +30,11 @@ struct Script {
     std::shared_future<void> goAhead;
 };
 
-// A service whose every step is logged, readable from the test thread. process() either reports
-// what arrived on the creator pipe or, with `checking`, loops on the base's creator check, as
-// every real service does.
+// A service whose every step is logged, readable from the test thread. Every real service loops on
+// the base's creator check until Shutdown; this one just waits for the pipe.
 class ScriptedService : public ZmqControllable {
 public:
-    ScriptedService(Script script, bool checking = false) : script(std::move(script)), checking(checking) {}
+    explicit ScriptedService(Script script) : script(std::move(script)) {}
     ~ScriptedService() override { add("destroyed"); }
 
     bool initialize() override {
@@ -50,15 +49,7 @@ public:
             script.goAhead.wait_for(std::chrono::seconds(10));
             failIf(script.process);
         }
-        while (reader.waitForSockets() && checking && checkCreatorSocket()) {
-        }
-        // Everything pending on the pipe is read, so a second Shutdown would show up here.
-        for (zmq::message_t frame; creatorSocket->recv(frame, zmq::recv_flags::dontwait);) {
-            add("pipe:" + ControlMessageHelper::fromPayload(QByteArray(static_cast<const char*>(frame.data()),
-                                                                       static_cast<qsizetype>(frame.size())))
-                              .GetMessageTypeAsString()
-                              .toStdString());
-        }
+        reader.waitForSockets();
     }
     void release() override {
         add("release");
@@ -94,7 +85,6 @@ private:
     }
     static inline std::mutex mutex;
     Script script;
-    bool checking;
 };
 
 const std::string failed = "ControllableThread::run() failed: ";
@@ -138,21 +128,6 @@ TEST(ControllableThread, FailuresAfterStartAccumulateOnePerLine) {
     EXPECT_EQ(thread->getErrorText(), failed + "p\n" + failed + "r");
     EXPECT_EQ(ScriptedService::events(), (Events{"initialize", "process", "release", "destroyed"}));
     thread.reset();  // stopping a thread that already ended must not block
-}
-
-TEST(ControllableThread, DestructionSendsOneShutdownAndReturnsAfterRelease) {
-    for (const bool checking : {false, true}) {
-        ScriptedService::log.clear();
-        {
-            ZmqControllableThread<ScriptedService> thread(new ScriptedService({}, checking));
-            EXPECT_EQ(thread.getState(), Running);
-        }
-        // The base's creator check reads the Shutdown itself.
-        const Events expected =
-            checking ? Events{"initialize", "process", "release", "destroyed"}
-                     : Events{"initialize", "process", "pipe:Shutdown", "release", "destroyed"};
-        EXPECT_EQ(ScriptedService::events(), expected);
-    }
 }
 
 TEST(ZmqThreadController, OnlyASuccessfulCreatedMessageMeansReady) {
