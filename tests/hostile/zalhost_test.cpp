@@ -131,15 +131,9 @@ protected:
                 }
                 for (int r = 0; r < requests; ++r) {
                     const auto frames = client.receive(30000);
-                    if (frames.size() != 3) {
-                        return;
-                    }
-                    const Message reply = Helper::fromPayload(frames[2]);
                     const QString wanted = QStringLiteral("%1/%2 echoed").arg(c).arg(r);
-                    if (frames[1] == Helper::makeIdentity(echo) && reply.GetParameter() == wanted &&
-                        reply.GetResultType() == Message::ResultType::Success) {
-                        ++correct;
-                    }
+                    correct += frames.size() == 3 && frames[1] == Helper::makeIdentity(echo) &&
+                               Helper::fromPayload(frames[2]).GetParameter() == wanted;
                 }
             });
         }
@@ -325,11 +319,6 @@ TEST_F(HostileClients, AClientThatNeverReadsItsRepliesStallsNobodyElse) {
         expectServing();
         after.push_back(zaltest::procStatus(host->processId()).rssKiB);
     }
-    std::printf("a client that never reads: rss_kib_before=%lld after_each_round=", baseline.rssKiB);
-    for (const long long rss : after) {
-        std::printf(" %lld", rss);
-    }
-    std::printf("\n");
     constexpr long long queueKiB = 16 * 1024;
     EXPECT_LE(after.back(), baseline.rssKiB + std::max(5 * queueKiB, rssToleranceKiB));
     EXPECT_EQ(zaltest::procStatus(host->processId()).threads, baseline.threads);

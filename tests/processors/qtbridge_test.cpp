@@ -185,20 +185,4 @@ TEST_F(QtBridgeTest, LeavesTheRepositoryWhenItsThreadEnds) {
     EXPECT_TRUE(held.isNull()) << "a pointer kept by the host reads null once the bridge is gone";
 }
 
-TEST(QtRepository, ReplacesRemovesAndForgetsDestroyedObjects) {
-    QObject first;
-    QObject second;
-    QtRepository::setQObject("name", &first);
-    QtRepository::setQObject("name", &second);
-    EXPECT_EQ(QtRepository::getQObject("name").data(), &second);
-    QtRepository::removeQObject("name");
-    QtRepository::removeQObject("name");
-    EXPECT_TRUE(QtRepository::getQObject("name").isNull());
-    auto* doomed = new QObject;
-    QtRepository::setQObject("doomed", doomed);
-    delete doomed;
-    EXPECT_TRUE(QtRepository::getQObject("doomed").isNull());
-    QtRepository::removeQObject("doomed");
-}
-
 #include "qtbridge_test.moc"

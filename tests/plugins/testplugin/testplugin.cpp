@@ -62,7 +62,8 @@ private:
 // messages on its own (0 stops); "sent" reads the number sent.
 class Source : public zal::StreamProcessor {
 public:
-    explicit Source(const zal::ProcessorInfo& info) : StreamProcessor(info.processor, info.name, info.group, info.prefix) {}
+    explicit Source(const zal::ProcessorInfo& info)
+        : StreamProcessor(info.processor, info.name, info.group, info.prefix) {}
     void handleMessage(zal::ByteStreamMessage&, zal::ZmqByteStreamInSocket*) override {}
 
 protected:
@@ -105,7 +106,8 @@ private:
 // 10 s (then the request is refused): a test releases it when it has seen what it wanted.
 class Sink : public zal::StreamProcessor {
 public:
-    explicit Sink(const zal::ProcessorInfo& info) : StreamProcessor(info.processor, info.name, info.group, info.prefix) {}
+    explicit Sink(const zal::ProcessorInfo& info)
+        : StreamProcessor(info.processor, info.name, info.group, info.prefix) {}
 
     void handleMessage(zal::ByteStreamMessage& message, zal::ZmqByteStreamInSocket*) override {
         misbehave(message.topic);
@@ -134,10 +136,6 @@ protected:
     bool getParameter(const QString& name, QString& value) override {
         value = name == "received" ? kept.join(';') : QString::number(count);
         return name == "received" || name == "count";
-    }
-    bool getParameterList(QStringList& names) override {
-        names = {"block", "clear", "count", "received", "throw", "throw-other"};
-        return true;
     }
 
 private:
