@@ -90,12 +90,9 @@ TEST(PluginManager, AMissingOrBrokenLibraryGivesNullAndATraceEveryTime) {
     PluginManager manager;
     EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
     EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
-    const QStringList lines = trace.lines();
-    ASSERT_EQ(lines.size(), 2) << "a failed load is not remembered";
-    for (const QString& line : lines) {
-        EXPECT_TRUE(line.startsWith(traceOfFailedLoad)) << line.toStdString();
-        EXPECT_GT(line.size(), traceOfFailedLoad.size()) << "the loader's reason follows";
-    }
+    ASSERT_EQ(trace.lines().size(), 2) << "a failed load is not remembered";
+    EXPECT_TRUE(trace.lines().at(1).startsWith(traceOfFailedLoad + "The shared library was not found."))
+        << "the loader's reason follows: " << trace.lines().at(1).toStdString();
 
     QTemporaryDir directory;
     ASSERT_TRUE(writeBrokenLibrary(directory, "broken.so"));
@@ -114,13 +111,11 @@ TEST(PluginManager, SearchesExtraDirectoriesAndThePluginPathAfterTheApplicationD
     EXPECT_EQ(plain.getPlugin("extraplugin.Echo"), nullptr);
 
     PluginManager withExtra(QStringList{extraDirectory()});
-    const auto fromExtra = create(withExtra, "extraplugin.Echo");
-    EXPECT_NE(fromExtra, nullptr);
+    EXPECT_NE(create(withExtra, "extraplugin.Echo"), nullptr);
     EXPECT_EQ(names(withExtra.getPlugins()), (QStringList{"base", "extraplugin"}));
 
     qputenv("ZAL_PLUGIN_PATH", "/nonexistent::" + extraDirectory().toLocal8Bit());
     EXPECT_NE(PluginManager().getPlugin("extraplugin.Echo"), nullptr);
-
     qunsetenv("ZAL_PLUGIN_PATH");
 }
 

@@ -1,5 +1,5 @@
 // Test helpers for raw sockets (made in the process context, whole messages read with a bound) and
-// for waiting on a condition with a bound.
+// for waiting on a condition with a bound, and the text of what a call throws.
 #pragma once
 
 #include <QByteArray>
@@ -61,6 +61,17 @@ bool eventually(Done&& done, int seconds = 20) {
         }
     }
     return true;
+}
+
+// What the `Exception` that `f` throws says; empty when it throws nothing.
+template <class Exception, class F>
+std::string whatOf(F&& f) {
+    try {
+        f();
+    } catch (const Exception& e) {
+        return e.what();
+    }
+    return std::string();
 }
 
 // Identities travel with a terminating zero byte; this is the identity frame a peer sees.

@@ -45,6 +45,13 @@ protected:
     void succeed(const std::string& destination, const zalmsg::ControlMessage& request) {
         client.succeed(destination, request);
     }
+    // A demo processor publishing `stream` at inproc://soak/<stream>.
+    void create(const std::string& group, const std::string& type, const std::string& name,
+                const std::string& stream) {
+        succeed(group,
+                Helper::makeCreateProcessorMessage(
+                    "demo." + type, name, Helper::makeProcessorConfig(stream, "inproc://soak/" + stream)));
+    }
     long long messages(const std::string& counter) {
         return client.succeed(counter, Helper::makeGetParameterMessage("messages"))
             .GetParameter()
@@ -76,12 +83,8 @@ protected:
         const std::string group = Endpoints::getGroupEndpoint("cycle", manager);
         const std::string counter = Endpoints::getProcessorEndpoint("cycle", "counter", manager);
         succeed(manager, Helper::makeCreateProcessorGroupMessage("cycle"));
-        succeed(group,
-                Helper::makeCreateProcessorMessage(
-                    "demo.Generator", "gen", Helper::makeProcessorConfig("local", "inproc://soak/local")));
-        succeed(group, Helper::makeCreateProcessorMessage(
-                           "demo.Counter", "counter",
-                           Helper::makeProcessorConfig("counted", "inproc://soak/counted")));
+        create(group, "Generator", "gen", "local");
+        create(group, "Counter", "counter", "counted");
         succeed(counter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
         succeed(counter, Helper::makeConnectStreamMessage("local", "inproc://soak/local", ""));
         if (checkData) {
@@ -102,12 +105,10 @@ TEST_F(Soak, GroupsAndProcessorsComeAndGoWhileDataFlowsAndLeaveNothingBehind) {
     const std::string flow = Endpoints::getGroupEndpoint("flow", manager);
     const std::string lastingCounter = Endpoints::getProcessorEndpoint("flow", "counter", manager);
     succeed(manager, Helper::makeCreateProcessorGroupMessage("flow"));
-    succeed(flow, Helper::makeCreateProcessorMessage(
-                      "demo.Generator", "gen", Helper::makeProcessorConfig("flow", "inproc://soak/flow")));
+    create(flow, "Generator", "gen", "flow");
     succeed(Endpoints::getProcessorEndpoint("flow", "gen", manager),
             Helper::makeSetParameterMessage("rate", "2000"));
-    succeed(flow, Helper::makeCreateProcessorMessage(
-                      "demo.Counter", "counter", Helper::makeProcessorConfig("sum", "inproc://soak/sum")));
+    create(flow, "Counter", "counter", "sum");
     succeed(lastingCounter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
     ASSERT_TRUE(awaitData(lastingCounter));
 

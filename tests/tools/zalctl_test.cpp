@@ -128,7 +128,6 @@ TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
          {"list g src", 0, "Success\ninterval\npublish\nsent\n"},
          {"set g src publish -- --t:x", 0, "Success\n"},
          {"get g src sent", 0, "Success\n1\n"},
-         {"get g src sent --xml", 0, "<ControlMessage><MessageType>GetParameter</MessageType>..."},
          {"get g src nope", 2, "Error: Cannot get parameter: nope\n"},
          {"set g src nope 1", 2, "Error: Cannot set parameter: nope\n"},
          {"record g src", 2, "Error: Cannot start new recording..."},

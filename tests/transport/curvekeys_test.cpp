@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include "support/sockets.h"
 #include "zal/transport/curvekeys.h"
 
 using zal::CurveKeyError;
@@ -18,17 +19,6 @@ QString writeFile(const QTemporaryDir& dir, const QString& name, const QByteArra
     EXPECT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(content);
     return path;
-}
-
-// The text of the CurveKeyError `read` throws; empty when it throws nothing.
-template <class Read>
-std::string errorOf(Read read) {
-    try {
-        read();
-    } catch (const CurveKeyError& e) {
-        return e.what();
-    }
-    return std::string();
 }
 
 // A valid key with a '#' inside, which Z85 allows anywhere but first.
@@ -55,13 +45,18 @@ TEST(CurveKeys, KeyFilesHoldKeysCommentsAndBlankLinesAndNothingElse) {
     EXPECT_EQ(CurveKeys::readKeyFile(good),
               (std::vector<std::string>{a.toStdString(), b.toStdString(), hash.toStdString()}));
     const QString bad = writeFile(dir, "bad", "# fine\n" + a + "\nnot a key\n");
-    EXPECT_EQ(errorOf([&] { CurveKeys::readKeyFile(bad); }),
+    EXPECT_EQ(zaltest::whatOf<CurveKeyError>([&] { CurveKeys::readKeyFile(bad); }),
               (bad + ":3: not a CURVE key (40 Z85 characters) or a comment").toStdString());
     const QString trailing = writeFile(dir, "trailing", a + " laptop\n");
-    EXPECT_NE(errorOf([&] { CurveKeys::readKeyFile(trailing); }).find(":1: "), std::string::npos);
+    EXPECT_NE(zaltest::whatOf<CurveKeyError>([&] { CurveKeys::readKeyFile(trailing); }).find(":1: "),
+              std::string::npos);
     EXPECT_EQ(CurveKeys::readSingleKey(writeFile(dir, "one", "# secret\n" + a)), a.toStdString());
-    EXPECT_FALSE(errorOf([&] { CurveKeys::readSingleKey(writeFile(dir, "two", a + "\n" + b)); }).empty());
+    EXPECT_FALSE(zaltest::whatOf<CurveKeyError>([&] {
+                     CurveKeys::readSingleKey(writeFile(dir, "two", a + "\n" + b));
+                 }).empty());
     for (const std::string& bad : {std::string(), a.toStdString().substr(1), std::string(40, ' ')}) {
-        EXPECT_FALSE(CurveKeys::isKey(bad) || errorOf([&] { CurveKeys::publicKeyOf(bad); }).empty()) << bad;
+        EXPECT_FALSE(CurveKeys::isKey(bad) ||
+                     zaltest::whatOf<CurveKeyError>([&] { CurveKeys::publicKeyOf(bad); }).empty())
+            << bad;
     }
 }

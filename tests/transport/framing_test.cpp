@@ -36,16 +36,6 @@ SocketPair makePair(const std::string& transport) {
     return pair;
 }
 
-template <class F>
-std::string socketErrorText(F&& f) {
-    try {
-        f();
-    } catch (const SocketError& e) {
-        return e.what();
-    }
-    return "<no SocketError>";
-}
-
 class Framing : public ::testing::TestWithParam<std::string> {};
 
 }  // namespace
@@ -91,7 +81,7 @@ TEST_P(Framing, EnvelopeReceiveRefusesMissingFramesAndLeavesSurplus) {
     // A lone frame where an address and a delimiter should follow: the address is kept.
     sendFrames(pair.connected, {"first"});
     ASSERT_TRUE(zaltest::waitReadable(pair.bound));
-    EXPECT_EQ(socketErrorText([&] { mode0.receiveMessage(message); }), "Invalid message format");
+    EXPECT_EQ(zaltest::whatOf<SocketError>([&] { mode0.receiveMessage(message); }), "Invalid message format");
     EXPECT_EQ(message.address, "first");
 
     // Frames beyond the mode's last one stay queued and start the next message.
@@ -165,10 +155,10 @@ TEST(Framing, FailuresCarryTheirTexts) {
     ControlMessage message{"a", "b"};
 
     ZmqPubControlSocket pub(pair.connected);
-    EXPECT_EQ(socketErrorText([&] { pub.receiveMessage(message); }),
+    EXPECT_EQ(zaltest::whatOf<SocketError>([&] { pub.receiveMessage(message); }),
               "receiveMessage() not supported for this socket type");
     ZmqSubControlSocket sub(pair.bound);
-    EXPECT_EQ(socketErrorText([&] { sub.sendMessage(message); }),
+    EXPECT_EQ(zaltest::whatOf<SocketError>([&] { sub.sendMessage(message); }),
               "sendMessage() not supported for this socket type");
     pub.sendMessage(message);
     ASSERT_TRUE(zaltest::waitReadable(pair.bound));
@@ -178,13 +168,16 @@ TEST(Framing, FailuresCarryTheirTexts) {
     // Nothing pending and a receive time-out: a timed-out receive, not a ZeroMQ error.
     pair.bound.set(zmq::sockopt::rcvtimeo, 20);
     ZmqControlSocket timed(pair.bound, 4);
-    EXPECT_EQ(socketErrorText([&] { timed.receiveMessage(message); }), "recv() failed");
+    EXPECT_EQ(zaltest::whatOf<SocketError>([&] { timed.receiveMessage(message); }), "recv() failed");
 
     // A dealer without any peer cannot queue the frame: the send would block.
     auto lonely = makeSocket(zmq::socket_type::dealer);
     lonely.set(zmq::sockopt::sndtimeo, 0);
     ZmqControlSocket blocked(lonely, 4);
-    EXPECT_EQ(socketErrorText([&] { blocked.sendMessage(ControlMessage{"a", "b"}); }), "send() failed");
+    EXPECT_EQ(zaltest::whatOf<SocketError>([&] {
+                  blocked.sendMessage(ControlMessage{"a", "b"});
+              }),
+              "send() failed");
 
     // An unroutable identity on a mandatory router is ZeroMQ's own error.
     auto router = makeSocket(zmq::socket_type::router);
