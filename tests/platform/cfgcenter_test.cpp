@@ -6,9 +6,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include "support/tracecapture.h"
 #include "zal/platform/applicationdirectory.h"
-#include "zal/platform/errorhandler.h"
 #include "zal/platform/icfg.h"
 
 namespace {
@@ -73,20 +71,4 @@ TEST_F(ConfigEnvironment, InstanceFileBesideTheProgramElseTheHostsDefaultsElseTh
     EXPECT_TRUE(cfg->readBool("HostDefaultFlag", false)) << "the host's default, not the reader's";
     EXPECT_FALSE(configured("off.ini", "HostDefaultFlag=off\n")->readBool("HostDefaultFlag", true))
         << "an explicit off wins over the host's on";
-}
-
-// CTest starts this binary with ZAL_TRACE_MASK=0x21.
-TEST(ErrorHandler, MaskComesFromTheEnvironmentAndGatesTracing) {
-    EXPECT_EQ(ErrorHandler::getTraceMask(), 0x21u);
-    EXPECT_TRUE(ErrorHandler::isTracing());
-    ErrorHandler::setTraceMask(0x01);
-    EXPECT_FALSE(ErrorHandler::isTracing());
-    EXPECT_TRUE(ErrorHandler::isTracing(0x01));
-    {
-        zaltest::TraceCapture capture;
-        EXPECT_TRUE(ErrorHandler::isTracing());
-        _Q_Trace(QStringLiteral("Could not load plugin: x"), "pluginmanager", 113);
-        EXPECT_EQ(capture.lines(), QStringList{"pluginmanager:113 Could not load plugin: x"});
-    }
-    EXPECT_EQ(ErrorHandler::getTraceMask(), 0x01u);
 }
