@@ -34,12 +34,12 @@ QString MessageOf(F&& f) {
     return QStringLiteral("<nothing thrown>");
 }
 
-inline QByteArray WriteBinary(const REPORTGENERATOR::IRGObject& object, int id = 0, bool header = false) {
+inline QByteArray WriteBinary(const REPORTGENERATOR::IRGObject& object) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     QDataStream stream(&buffer);
-    object.GetBinary(stream, id, header);
+    object.GetBinary(stream, 0, false);
     return bytes;
 }
 
