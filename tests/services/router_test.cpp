@@ -1,7 +1,9 @@
-// A running router with a TCP frontend, driven by real outside and inside peers: what it traces of
-// what it drops, the stall a silent client must not cause, and a frontend taken. Carrying requests
-// and replies is what every system test does.
+// A running router with a TCP frontend, driven by real outside and inside peers: ending at a
+// malformed message by default, what it traces of what it drops when told to drop, the stall a
+// silent client must not cause, and a frontend taken. Carrying requests is every system test's.
 #include <gtest/gtest.h>
+
+#include <QDeadlineTimer>
 
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
@@ -49,6 +51,14 @@ RouterOptions droppingMalformed() {
 }
 
 }  // namespace
+
+// The library's default, which a configuration may ask for on a TCP frontend.
+TEST(Router, ByDefaultAMalformedMessageEndsTheLoopWithItsText) {
+    RunningRouter router;
+    zaltest::FrontendClient(*router.frontend).sendRaw({"", "destination"});
+    ASSERT_TRUE(router.thread->wait(QDeadlineTimer(10000)));
+    EXPECT_EQ(router.thread->getErrorText(), "ControllableThread::run() failed: Invalid message format");
+}
 
 TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
     zaltest::TraceCapture trace;
