@@ -66,11 +66,10 @@ TEST_F(ZalHost, RunsAPipelineServesZalctlAndStopsCleanlyOnSigterm) {
     RunningProgram host("zal-host", {"--config", config, "--pipeline", pipeline});
     const QString frontend = frontendOf(host);
     ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
+    // The watch starts once every line before it has run, and shows data flowing.
+    EXPECT_FALSE(host.awaitLine("count=", 20000).isNull());
     EXPECT_EQ(zalctl(frontend, {"processors", "g"}).out, "Success\necho\nsink\nsrc\n");
     EXPECT_EQ(zalctl(frontend, {"get", "g", "echo", "text"}).out, "Success\nab  cd#e say \"hi\" \\\n");
-
-    // Data flows: the watch line shows a count above zero before the signal arrives.
-    EXPECT_FALSE(host.awaitLine("count=", 20000).isNull());
     EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
     EXPECT_TRUE(host.output().contains("summary g/sink: count=")) << host.output().toStdString();
     EXPECT_TRUE(host.output().contains("zal-host: stopped"));
@@ -145,10 +144,12 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
                                           "set g rec directory \"%1\"\n"
                                           "connect g rec numbers\n"
                                           "set g gen topic t\nset g gen size 40\nset g gen rate 500\n"
-                                          "record g rec first.zrec\n")
+                                          "record g rec first.zrec\n"
+                                          "watch g rec recorded\n")
                                       .arg(dir.path())
                                       .toUtf8())});
     const QString frontend = frontendOf(host);
+    ASSERT_FALSE(host.awaitLine("recorded=").isNull()) << "the pipeline did not finish";
     // Until the recorder's current file holds more than `count` messages.
     const auto awaitRecorded = [&](int count) {
         for (int i = 0;
@@ -230,6 +231,7 @@ TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
                         {"--config", config, "--pipeline", write("own.pipeline", "create-group piped\n")});
     const QString frontend = frontendOf(host);
     ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
+    ASSERT_FALSE(host.awaitLine("Success").isNull()) << "the pipeline runs after the frontend is announced";
 
     const auto withKeys = [&](const QString& secret, const QStringList& words) {
         return zalctl(frontend,
