@@ -1,120 +1,23 @@
-// Request factories, envelopes and the payload form of control messages.
+// The message helpers: the payload form of control messages, configuration edits, reply results and
+// the last-text bookkeeping of clients. The request factories are used, and so tested, by every test
+// that sends a request.
 #include <gtest/gtest.h>
 
-#include <QXmlStreamReader>
-
+#include "support/qtprinters.h"
+#include "zal/msg/configtool.h"
 #include "zal/msg/controlmessagehelper.h"
+#include "zal/msg/messagetextprovider.h"
 #include "zal/msg/rgexceptions.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;
-using Type = zalmsg::ControlMessage::MessageType;
+using Result = zalmsg::ControlMessage::ResultType;
 
 namespace {
-
-// The element names a message writes, in order: what a receiver will see of it.
-QStringList elementsOf(const Message& message) {
-    const QString xml = message.GetXmlString();
-    QStringList names;
-    QXmlStreamReader reader(xml);
-    int depth = 0;
-    while (!reader.atEnd()) {
-        reader.readNext();
-        if (reader.isStartElement() && ++depth == 2) {
-            names << reader.name().toString();
-        } else if (reader.isEndElement()) {
-            --depth;
-        }
-    }
-    return names;
-}
-
+struct Client : MessageTextProvider {
+    using MessageTextProvider::checkMessageResult;
+};
 }  // namespace
-
-TEST(ControlMessageHelper, EachFactorySetsItsTypeAndOnlyItsProperties) {
-    const struct {
-        Message message;
-        int type;
-        QStringList elements;
-    } cases[] = {
-        {ControlMessageHelper::makeConnectStreamMessage("s", "a", ""),
-         Type::Connect,
-         {"MessageType", "StreamName", "StreamAddress"}},
-        {ControlMessageHelper::makeConnectStreamMessage("s", "a", std::vector<std::string>{"x", "y"}),
-         Type::Connect,
-         {"MessageType", "StreamName", "StreamAddress", "MessageFilter", "MessageFilter"}},
-        {ControlMessageHelper::makeQuerySourcesMessage(), Type::QuerySources, {"MessageType"}},
-        {ControlMessageHelper::makeQueryStreamsMessage(), Type::QueryStreams, {"MessageType"}},
-        {ControlMessageHelper::makeQueryProcessorsMessage(), Type::QueryProcessors, {"MessageType"}},
-        {ControlMessageHelper::makeQueryProcessorGroupsMessage(),
-         Type::QueryGroups,
-         {"MessageType", "GroupName"}},
-        {ControlMessageHelper::makeCreateProcessorMessage(
-             "t", "n", ControlMessageHelper::makeProcessorConfig("s", "a")),
-         Type::Create,
-         {"MessageType", "Processor", "ProcessorName", "ProcessorType"}},
-        {ControlMessageHelper::makeDeleteProcessorMessage("n"),
-         Type::Delete,
-         {"MessageType", "ProcessorName"}},
-        {ControlMessageHelper::makeStartStreamMessage("s"), Type::Start, {"MessageType", "StreamName"}},
-        {ControlMessageHelper::makeStopStreamMessage("s"), Type::Stop, {"MessageType", "StreamName"}},
-        {ControlMessageHelper::makeSetParameterMessage("p", "v"),
-         Type::SetParameter,
-         {"MessageType", "ParameterName", "Parameter"}},
-        {ControlMessageHelper::makeGetParameterMessage("p"),
-         Type::GetParameter,
-         {"MessageType", "ParameterName"}},
-        {ControlMessageHelper::makeGetParameterListMessage(), Type::GetParameterList, {"MessageType"}},
-        {ControlMessageHelper::makeStartNewRecordingMessage("r"),
-         Type::StartNewRecording,
-         {"MessageType", "Parameter"}},
-        {ControlMessageHelper::makeRegisterStreamMessage("s", "p", std::vector<std::string>{"a", "b"}),
-         Type::RegisterStream,
-         {"MessageType", "StreamName", "StreamAddresses", "StreamAddresses", "ProcessorName"}},
-        {ControlMessageHelper::makeRegisterStreamMessage("s", "p", "a"),
-         Type::RegisterStream,
-         {"MessageType", "StreamName", "StreamAddresses", "ProcessorName"}},
-        {ControlMessageHelper::makeDeregisterStreamMessage("s"),
-         Type::DeregisterStream,
-         {"MessageType", "StreamName"}},
-        {ControlMessageHelper::makeResolveStreamMessage("s"),
-         Type::ResolveStream,
-         {"MessageType", "StreamName"}},
-        {ControlMessageHelper::makeCreateProcessorGroupMessage("g"),
-         Type::CreateGroup,
-         {"MessageType", "GroupName"}},
-        {ControlMessageHelper::makeDeleteProcessorGroupMessage("g"),
-         Type::DeleteGroup,
-         {"MessageType", "GroupName"}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.message.GetMessageTypeAsString().toStdString());
-        EXPECT_EQ(c.message.GetMessageType(), c.type);
-        EXPECT_EQ(elementsOf(c.message), c.elements);
-        EXPECT_FALSE(c.message.IsResultTypeSet());
-    }
-
-    const Message group = ControlMessageHelper::makeQueryProcessorGroupsMessage();
-    EXPECT_TRUE(group.GetGroupName().isEmpty());
-    EXPECT_FALSE(group.GetGroupName().isNull());
-    const Message filters =
-        ControlMessageHelper::makeConnectStreamMessage("s", "a", std::vector<std::string>{"x", "y"});
-    EXPECT_EQ(filters.GetMessageFilter(), (QVector<QString>{"x", "y"}));
-    EXPECT_EQ(ControlMessageHelper::makeRegisterStreamMessage("s", "p", std::vector<std::string>{"b", "a"})
-                  .GetStreamAddresses(),
-              (QVector<QString>{"b", "a"}));
-}
-
-TEST(ControlMessageHelper, ProcessorConfigHoldsOneStreamAndNothingElse) {
-    const zalmsg::Processor config = ControlMessageHelper::makeProcessorConfig("out", "tcp://*:0");
-    EXPECT_FALSE(config.IsIDSet());
-    EXPECT_FALSE(config.IsProcessorTypeSet());
-    EXPECT_TRUE(config.GetDataSource().isEmpty());
-    ASSERT_EQ(config.GetDataStream().size(), 1);
-    EXPECT_EQ(config.GetDataStream()[0].GetName(), "out");
-    EXPECT_EQ(config.GetDataStream()[0].GetAddress(), QVector<QString>{"tcp://*:0"});
-    EXPECT_FALSE(config.GetDataStream()[0].IsRunningSet());
-}
 
 TEST(ControlMessageHelper, PayloadsRoundTripAndStopAtTheFirstZeroByte) {
     const Message request = ControlMessageHelper::makeSetParameterMessage("name", "wert \xc3\xa4");
@@ -122,7 +25,6 @@ TEST(ControlMessageHelper, PayloadsRoundTripAndStopAtTheFirstZeroByte) {
         ControlMessageHelper::makeIdentity("inproc://zal"), request);
     EXPECT_EQ(envelope.address, QByteArray("inproc://zal\0", 13));
     EXPECT_EQ(ControlMessageHelper::fromPayload(envelope.data), request);
-
     QByteArray padded = envelope.data;
     padded.append('\0').append("trailing garbage <<<");
     EXPECT_EQ(ControlMessageHelper::fromPayload(padded), request);
@@ -142,12 +44,71 @@ TEST(ControlMessageHelper, PayloadsRoundTripAndStopAtTheFirstZeroByte) {
     EXPECT_THROW(ControlMessageHelper::fromPayload("not xml at all"), REPORTGENERATOR::InvalidXmlException);
     EXPECT_THROW(ControlMessageHelper::fromPayload("<ControlMessage><MessageType>"),
                  REPORTGENERATOR::RGException);
-}
 
-TEST(ControlMessageHelper, StringVectorsConvertInOrder) {
     const std::vector<std::string> strings{"b", "", "\xc3\xa4"};
     const QVector<QString> converted = ControlMessageHelper::toQStringVector(strings);
     EXPECT_EQ(converted, (QVector<QString>{"b", "", QStringLiteral("ä")}));
     EXPECT_EQ(ControlMessageHelper::fromQStringVector(converted), strings);
-    EXPECT_TRUE(ControlMessageHelper::toQStringVector({}).isEmpty());
+}
+
+// A processor's sources, as connect requests add them: one per address, filters adding up.
+TEST(ConfigTool, SourcesAreKeyedByAddressAndFiltersAddUp) {
+    zalmsg::Processor config;
+    EXPECT_FALSE(ConfigTool::addDataFilter(config, "a", {"x"})) << "no such source";
+    EXPECT_TRUE(ConfigTool::addDataSource(config, "a") && ConfigTool::addDataSource(config, "b"));
+    EXPECT_FALSE(ConfigTool::addDataSource(config, "a"));
+    EXPECT_EQ(ConfigTool::indexOfDataSource(config, "b"), 1);
+    EXPECT_EQ(ConfigTool::indexOfDataSource(config, "B"), -1);
+    EXPECT_EQ(ConfigTool::getDataSource(config, "nowhere"), nullptr);
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, "a", {"x", "y"}) &&
+                ConfigTool::addDataFilter(config, "a", {"y", "z"}));
+    EXPECT_EQ(ConfigTool::getDataFilter(config, "a"), (QVector<QString>{"x", "y", "z"}));
+    EXPECT_FALSE(ConfigTool::addDataFilter(config, "a", {"z", "x"})) << "all present";
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, "a", {})) << "no filter: everything";
+    EXPECT_FALSE(ConfigTool::getDataSource(config, "a")->IsFilterSet());
+    EXPECT_TRUE(ConfigTool::getDataFilter(config, "nowhere").isEmpty());
+}
+
+TEST(ConfigTool, StreamsAreKeyedByNameAndTextsAreJoined) {
+    zalmsg::Processor config = ControlMessageHelper::makeProcessorConfig("first", "inproc://1");
+    zalmsg::DataStream second;
+    second.SetName("second");
+    config.AppendDataStream(second);
+    EXPECT_EQ(ConfigTool::getDataStreams(config), (QStringList{"first", "second"}));
+    EXPECT_EQ(ConfigTool::getDataStream(config, "none"), nullptr);
+    EXPECT_TRUE(ConfigTool::setStreamRunning(config, "second", true));
+    EXPECT_FALSE(ConfigTool::setStreamRunning(config, "third", true));
+    EXPECT_TRUE(ConfigTool::getDataStream(config, "second")->GetRunning());
+    EXPECT_FALSE(ConfigTool::getDataStream(config, "first")->IsRunningSet());
+    EXPECT_TRUE(ConfigTool::getDataStreams(zalmsg::Processor()).isEmpty());
+
+    EXPECT_EQ(ConfigTool::getAddressList({"a", "b", "c"}, ";"), "a;b;c");
+    EXPECT_EQ(ConfigTool::getAddressList({}, ";"), "");
+    EXPECT_EQ(
+        ConfigTool::getRootElement("<?xml version='1.0'?><!-- c --><ControlMessage><x/></ControlMessage>"),
+        "ControlMessage");
+    EXPECT_TRUE(ConfigTool::getRootElement("no xml").isNull());
+    EXPECT_TRUE(ConfigTool::getRootElement("").isNull());
+}
+
+// Clients keep the text of the last reply that carried one; a success without text clears it.
+TEST(ConfigTool, RepliesCarryResultsThatClientsJudge) {
+    Client client;
+    Message warning = ControlMessageHelper::makeGetParameterMessage("p");
+    ConfigTool::setWarningMessage(warning, "careful");
+    EXPECT_EQ(warning.GetResultType(), Result::Warning);
+    EXPECT_FALSE(client.checkMessageResult(warning));
+    Message error = warning;
+    ConfigTool::setErrorMessage(error, "broken");
+    EXPECT_EQ(warning.GetMessageText(), "careful") << "a copy is detached before it changes";
+    EXPECT_FALSE(client.checkMessageResult(error));
+    EXPECT_EQ(client.getLastMessageText(), "broken");
+    ConfigTool::setResultSuccess(error);
+    EXPECT_TRUE(client.checkMessageResult(error));
+    EXPECT_EQ(client.getLastMessageText(), "broken") << "success keeps a text that is set";
+    Message success = ControlMessageHelper::makeQuerySourcesMessage();
+    ConfigTool::setResultSuccess(success, QString());
+    EXPECT_FALSE(success.GetParameter().isNull());
+    EXPECT_TRUE(client.checkMessageResult(success));
+    EXPECT_EQ(client.getLastMessageText(), "");
 }

@@ -1,12 +1,7 @@
-// Corrupt binary data and hostile XML end in the data objects' exceptions, never in a crash or a hang.
+// Corrupt binary data and hostile XML end in the data objects' exceptions, never in a crash, a hang or a
+// huge allocation. Random corruption is the fuzzers' work (fuzz/).
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QRegularExpression>
-#include <QSet>
-#include <QTemporaryDir>
-#include <QtEndian>
-#include <random>
 
 #include "msgtesthelpers.h"
 
@@ -33,63 +28,32 @@ bool RefusesBinary(const QByteArray& data, bool validate = true) {
     return false;
 }
 
-QString XmlFailure(const QString& xml) {
-    ControlMessage message;
-    try {
-        message.SetXmlString(xml, false);
-    } catch (const InvalidXmlException& e) {
-        return e.GetMessage();
-    }
-    return QString();
-}
-
 }  // namespace
-
-TEST(HostileInput, EveryTruncationIsRefused) {
-    const QByteArray full = MakeCreateMessage().GetBinaryRepresentation();
-    QSet<int> boundaries{8};
-    for (int at = 8; at + 8 <= full.size();) {
-        at += 8 + int(qFromBigEndian<qint32>(full.constData() + at + 4));
-        boundaries.insert(at);
-    }
-    ASSERT_TRUE(boundaries.contains(int(full.size())));
-    for (int size = 0; size < full.size(); ++size) {
-        EXPECT_TRUE(RefusesBinary(full.left(size))) << "prefix of " << size << " bytes";
-        // A header that agrees with the cut lets the reader run into the cut element itself; a cut
-        // between two elements leaves a complete, shorter object.
-        if (size >= 8) {
-            QByteArray cut = full.left(size);
-            cut.replace(4, 4, Be32(quint32(size - 8)));
-            EXPECT_EQ(RefusesBinary(cut), !boundaries.contains(size)) << "cut at " << size;
-        }
-    }
-    EXPECT_FALSE(RefusesBinary(full));
-}
 
 TEST(HostileInput, LyingCountsAndLengthsAreRefusedWithoutAllocating) {
     const quint32 id = 0xAAB74DB6;
     const QByteArray type = Element(0xB4AF885C, Utf8("Query"));
-    // A string count far beyond its element.
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, Element(0x62316A1C, Be32(0x7FFFFFF0)) + type)));
-    // A list count that the element's bytes cannot hold.
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x527EBC58, Be32(0x7FFFFFFF) + Be32(4)))));
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x283E37D4, Be32(0x40000000)))));
-    // Negative counts and lengths.
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x527EBC58, Be32(0xFFFFFFFF)))));
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x527EBC58, Be32(1) + Be32(0xFFFFFFF0)))));
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Be32(0x12345678) + Be32(0x80000000))));
-    // An element whose content is shorter than its string claims, with the next element behind it.
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, Element(0x62316A1C, Be32(9) + "abc") + type)));
-    // A boolean element of the wrong size, nested inside a data stream.
     const QByteArray stream = Element(0x58D44D66, Utf8("s")) + Element(0x6CD509D2, QByteArray(2, '\1'));
-    const QByteArray streams = Be32(1) + Be32(quint32(stream.size())) + stream;
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Element(0x53F67BF4, streams))));
-    // An unknown tag whose length runs past the object.
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, type + Be32(0x12345678) + Be32(1000) + "x")));
-    // A header that claims more than the data holds.
-    EXPECT_TRUE(RefusesBinary(Be32(id) + Be32(0x7FFFFFFF) + type));
-    // Without validation the same framing errors are still refused.
-    EXPECT_TRUE(RefusesBinary(WithHeader(id, Element(0x62316A1C, Be32(0x7FFFFFF0)) + type), false));
+    const QByteArray lying[] = {
+        WithHeader(id, Element(0x62316A1C, Be32(0x7FFFFFF0)) + type),  // a string count beyond its element
+        WithHeader(id, type + Element(0x527EBC58, Be32(0x7FFFFFFF) + Be32(4))),  // a list count beyond it
+        WithHeader(id, type + Element(0x283E37D4, Be32(0x40000000))),
+        WithHeader(id, type + Element(0x527EBC58, Be32(0xFFFFFFFF))),  // negative counts and lengths
+        WithHeader(id, type + Element(0x527EBC58, Be32(1) + Be32(0xFFFFFFF0))),
+        WithHeader(id, type + Be32(0x12345678) + Be32(0x80000000)),
+        WithHeader(id, type + Element(0x62316A1C, "ab")),  // too short for a count
+        WithHeader(
+            id, type + Element(0x527EBC58, Be32(1) + Be32(8) + Utf8("x") + "pad")),  // item beyond its string
+        WithHeader(id, Element(0x62316A1C, Be32(9) + "abc") + type),  // a string beyond its element
+        WithHeader(id, type + Element(0x53F67BF4,
+                                      Be32(1) + Be32(quint32(stream.size())) + stream)),  // a bad boolean
+        WithHeader(id, type + Be32(0x12345678) + Be32(1000) + "x"),  // an unknown tag running past the object
+        Be32(id) + Be32(0x7FFFFFFF) + type,  // a header claiming more than the data holds
+    };
+    for (const QByteArray& data : lying) {
+        EXPECT_TRUE(RefusesBinary(data)) << data.toHex().toStdString();
+    }
+    EXPECT_TRUE(RefusesBinary(lying[0], false)) << "framing errors are refused without validation too";
 
     // The reader reserves list room only for what the element's bytes could hold. A million items is a
     // reservation malloc grants, so an unchecked count would show in the capacity.
@@ -104,95 +68,4 @@ TEST(HostileInput, LyingCountsAndLengthsAreRefusedWithoutAllocating) {
     EXPECT_THROW(message.SetCompressedBinaryRepresentation(QByteArray("\x00\x00\x00\x10garbagegarbage", 18)),
                  BinaryParsingException);
     EXPECT_THROW(message.SetCompressedBinaryRepresentation(QByteArray(2, '\0')), BinaryParsingException);
-}
-
-TEST(HostileInput, FlippedBytesNeverEscapeAsAnythingButOurExceptions) {
-    const QByteArray full = MakeCreateMessage().GetBinaryRepresentation();
-    std::mt19937 random(20261121);
-    int refused = 0;
-    for (int round = 0; round < 3000; ++round) {
-        QByteArray data = full;
-        for (int flips = 1 + int(random() % 3); flips > 0; --flips) {
-            data[int(random() % data.size())] = char(random() & 0xFF);
-        }
-        refused += RefusesBinary(data, round % 2 == 0) ? 1 : 0;
-    }
-    // Most corruptions break a length, an enum name or the header; some merely change a text.
-    EXPECT_GT(refused, 1000);
-}
-
-TEST(HostileInput, MalformedXmlIsRefusedWithTheObjectNameAndNoNumbers) {
-    const QStringList hostile = {
-        QString(),
-        QStringLiteral("not xml"),
-        QStringLiteral("<ControlMessage><MessageType>Query</ControlMessage></MessageType>"),
-        QStringLiteral("<ControlMessage><MessageType>Query<b>bold</b></MessageType></ControlMessage>"),
-        QStringLiteral("<ControlMessage><MessageType>Query</MessageType>"),
-        QStringLiteral("<ControlMessage/><ControlMessage/>"),
-        QStringLiteral("<Processor></Processor>"),
-        QStringLiteral(
-            "<ControlMessage><Processor><DataSource><Address>x</Address></Processor></ControlMessage>"),
-        QStringLiteral(
-            "<!DOCTYPE a [<!ENTITY a \"aaaaaaaaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;\">"
-            "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;\"><!ENTITY d \"&c;&c;&c;&c;&c;&c;&c;&c;\">"
-            "<!ENTITY e \"&d;&d;&d;&d;&d;&d;&d;&d;\"><!ENTITY f \"&e;&e;&e;&e;&e;&e;&e;&e;\">]>"
-            "<ControlMessage><MessageText>&f;&f;&f;&f;&f;&f;&f;&f;</MessageText></ControlMessage>"),
-    };
-    for (const QString& xml : hostile) {
-        const QString failure = XmlFailure(xml);
-        // The object that met the fault names itself: the message or one nested in it.
-        EXPECT_TRUE(
-            failure.contains(QRegularExpression(QStringLiteral("^(ControlMessage|Processor|DataSource): "))))
-            << qPrintable(xml);
-        EXPECT_FALSE(failure.contains(QRegularExpression(QStringLiteral("[0-9]")))) << qPrintable(failure);
-    }
-}
-
-TEST(HostileInput, DeepNestingIsBoundedInsideAndOutsideKnownElements) {
-    const int depth = 100000;
-    const QString unknown = QStringLiteral("<ControlMessage>") + QStringLiteral("<x>").repeated(depth) +
-                            QStringLiteral("</x>").repeated(depth) + QStringLiteral("</ControlMessage>");
-    EXPECT_EQ(XmlFailure(unknown), QStringLiteral("ControlMessage: The XML text is nested too deeply"));
-    // Moderate unknown nesting is still fine.
-    const QString moderate = QStringLiteral("<ControlMessage><MessageType>Query</MessageType>") +
-                             QStringLiteral("<x>").repeated(20) + QStringLiteral("</x>").repeated(20) +
-                             QStringLiteral("</ControlMessage>");
-    EXPECT_TRUE(XmlFailure(moderate).isNull());
-
-    const QString processors =
-        QStringLiteral("<ControlMessage>") + QStringLiteral("<Processor><DataSource>").repeated(depth) +
-        QStringLiteral("</DataSource></Processor>").repeated(depth) + QStringLiteral("</ControlMessage>");
-    EXPECT_FALSE(XmlFailure(processors).isNull());
-}
-
-TEST(HostileInput, InvalidUtf8InAFileIsRefused) {
-    QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    QFile file(dir.filePath(QStringLiteral("bad.xml")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><ControlMessage><MessageText>\xC3\x28\xFF"
-        "</MessageText></ControlMessage>");
-    file.close();
-    ControlMessage message;
-    EXPECT_THROW(message.LoadXml(file.fileName()), InvalidXmlException);
-
-    // Invalid UTF-8 inside a binary string becomes replacement characters, never a failure to decode.
-    const QByteArray body = Element(0xB4AF885C, Utf8("Query")) + Element(0x20E0EE60, Utf8("\xC3\x28\xFF"));
-    ControlMessage binary;
-    binary.SetBinaryRepresentation(WithHeader(0xAAB74DB6, body));
-    EXPECT_TRUE(binary.GetMessageText().contains(QChar::ReplacementCharacter));
-}
-
-TEST(HostileInput, HugeButHonestListsAreRead) {
-    DataSource source;
-    for (int i = 0; i < 20000; ++i) {
-        source.AppendFilter(QString::number(i));
-    }
-    DataSource fromBinary;
-    fromBinary.SetBinaryRepresentation(source.GetBinaryRepresentation());
-    EXPECT_TRUE(fromBinary == source);
-    DataSource fromXml;
-    fromXml.SetXmlString(source.GetXmlString(), true);
-    EXPECT_EQ(fromXml.GetFilter().size(), 20000);
 }

@@ -10,10 +10,7 @@
 namespace msgtest {
 
 inline QByteArray Be32(quint32 value) {
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << value;
-    return bytes;
+    return QByteArray(1, char(value >> 24)) + char(value >> 16) + char(value >> 8) + char(value);
 }
 
 // A QDataStream QByteArray: count, then the bytes.
@@ -37,24 +34,13 @@ QString MessageOf(F&& f) {
     return QStringLiteral("<nothing thrown>");
 }
 
-inline QByteArray WriteBinary(const REPORTGENERATOR::IRGObject& object, int id, bool header) {
+inline QByteArray WriteBinary(const REPORTGENERATOR::IRGObject& object) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     QDataStream stream(&buffer);
-    object.GetBinary(stream, id, header);
+    object.GetBinary(stream, 0, false);
     return bytes;
-}
-
-inline zalmsg::DataSource MakeSource(qint32 protocol, const QString& address,
-                                     const QVector<QString>& filters) {
-    zalmsg::DataSource source;
-    source.SetProtocol(protocol);
-    source.SetAddress(address);
-    for (const QString& filter : filters) {
-        source.AppendFilter(filter);
-    }
-    return source;
 }
 
 inline zalmsg::DataStream MakeStream(const QString& name, const QVector<QString>& addresses, bool running) {
@@ -65,26 +51,25 @@ inline zalmsg::DataStream MakeStream(const QString& name, const QVector<QString>
     return stream;
 }
 
-// A processor with two inputs and one output, as a "Create" request carries it.
-inline zalmsg::Processor MakeProcessor() {
+// A "Create" request with a processor of two inputs and one output, and every kind of property set.
+inline zalmsg::ControlMessage MakeCreateMessage() {
     zalmsg::Processor processor;
     processor.SetID(QStringLiteral("counter1"));
     processor.SetProcessorType(QStringLiteral("demo.Counter"));
-    processor.AppendDataSource(MakeSource(zalmsg::DataSource::Protocol::SUB,
-                                          QStringLiteral("inproc://zal/g/gen"),
-                                          {QStringLiteral("A"), QStringLiteral("")}));
-    zalmsg::DataSource tcp =
-        MakeSource(zalmsg::DataSource::Protocol::TCP_CLIENT, QStringLiteral("tcp://10.0.0.1:7"), {});
+    zalmsg::DataSource sub;
+    sub.SetProtocol(zalmsg::DataSource::Protocol::SUB);
+    sub.SetAddress(QStringLiteral("inproc://zal/g/gen"));
+    sub.SetFilter({QStringLiteral("A"), QStringLiteral("")});
+    processor.AppendDataSource(sub);
+    zalmsg::DataSource tcp;
+    tcp.SetProtocol(zalmsg::DataSource::Protocol::TCP_CLIENT);
+    tcp.SetAddress(QStringLiteral("tcp://10.0.0.1:7"));
     tcp.SetByteOrder(zalmsg::DataSource::ByteOrder::Network);
     processor.AppendDataSource(tcp);
     processor.AppendDataStream(MakeStream(QStringLiteral("counts"), {QStringLiteral("tcp://*:5601")}, true));
-    return processor;
-}
-
-inline zalmsg::ControlMessage MakeCreateMessage() {
     zalmsg::ControlMessage message;
     message.SetMessageType(zalmsg::ControlMessage::MessageType::Create);
-    message.SetProcessor(MakeProcessor());
+    message.SetProcessor(processor);
     message.SetGroupName(QStringLiteral("g1"));
     message.SetProcessorName(QStringLiteral("counter1"));
     message.SetStreamAddresses({QStringLiteral("tcp://a:1"), QStringLiteral("tcp://b:2")});

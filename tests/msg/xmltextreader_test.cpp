@@ -80,7 +80,8 @@ TEST(XmlTextReader, AgreesWithQtOnOddAndBrokenText) {
         QStringLiteral("<ControlMessage><GroupName>&#99999999999;</GroupName></ControlMessage>"),
         QStringLiteral("<ControlMessage><GroupName>a\u0001b</GroupName></ControlMessage>"),
         QStringLiteral("<ControlMessage><GroupName>x</Groupname></ControlMessage>"),
-        QStringLiteral("<ControlMessage><GroupName><ProcessorName>x</ProcessorName></GroupName></ControlMessage>"),
+        QStringLiteral(
+            "<ControlMessage><GroupName><ProcessorName>x</ProcessorName></GroupName></ControlMessage>"),
         QStringLiteral("<ControlMessage><GroupName>x</GroupName></ControlMessage><Extra/>"),
         QStringLiteral("<ControlMessage><GroupName>x</GroupName></ControlMessage>trailing"),
         QStringLiteral("<ControlMessage><GroupName>x</GroupName>"),
@@ -95,8 +96,8 @@ TEST(XmlTextReader, AgreesWithQtOnOddAndBrokenText) {
         QStringLiteral(""),
         QStringLiteral("\u00e4"),
         QString(200, QLatin1Char('<')),
-        QStringLiteral("<ControlMessage>") + QStringLiteral("<U>").repeated(300) + QStringLiteral("</U>").repeated(300) +
-            QStringLiteral("</ControlMessage>"),
+        QStringLiteral("<ControlMessage>") + QStringLiteral("<U>").repeated(300) +
+            QStringLiteral("</U>").repeated(300) + QStringLiteral("</ControlMessage>"),
     };
     for (const QString& xml : odd) {
         SCOPED_TRACE(xml.left(200).toStdString());

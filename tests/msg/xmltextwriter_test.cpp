@@ -62,33 +62,6 @@ TEST(XmlTextWriter, WritesWhatQtWritesOrStepsAside) {
     }
 }
 
-TEST(XmlTextWriter, MessagesKeepTheirWireFormAndRoundTrip) {
-    zalmsg::Processor config =
-        zal::ControlMessageHelper::makeProcessorConfig("out & about", "tcp://127.0.0.1:*");
-    zalmsg::DataSource source;
-    source.SetAddress(QStringLiteral("inproc://<in>"));
-    source.AppendFilter(QStringLiteral("\"quoted\""));
-    source.AppendFilter(QString(""));
-    config.AppendDataSource(source);
-    const QList<zalmsg::ControlMessage> messages{
-        zal::ControlMessageHelper::makeCreateProcessorMessage("demo.Generator", "g<1>", config),
-        zal::ControlMessageHelper::makeCreateProcessorMessage("QtBridge", "b", zalmsg::Processor()),
-        zal::ControlMessageHelper::makeSetParameterMessage("text", "line one\nline two\tand \"more\""),
-        zal::ControlMessageHelper::makeSetParameterMessage("control", "bell\x07 rings"),
-        zal::ControlMessageHelper::makeRegisterStreamMessage("s", "p",
-                                                             std::vector<std::string>{"a", "", "b&c"}),
-    };
-    for (const zalmsg::ControlMessage& message : messages) {
-        QString viaQt;
-        QXmlStreamWriter writer(&viaQt);
-        message.GetXml(writer);
-        EXPECT_EQ(message.GetXmlString(), viaQt);
-        EXPECT_EQ(zal::ControlMessageHelper::fromPayload(zal::ControlMessageHelper::toPayload(message))
-                      .GetXmlString(),
-                  message.GetXmlString());
-    }
-}
-
 TEST(XmlTextWriter, CarriageReturnsSurviveTheWireForm) {
     // The second value holds a control character, so its message goes through Qt's writer instead.
     for (const std::string& value : {std::string("a\rb\r\n"), std::string("bell\x07\r")}) {

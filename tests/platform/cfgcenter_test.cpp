@@ -20,24 +20,31 @@ void writeFile(const QString& path, const QByteArray& content) {
 struct ConfigEnvironment : ::testing::Test {
     void SetUp() override { qunsetenv("ZAL_CONFIG"); }
     void TearDown() override { qunsetenv("ZAL_CONFIG"); }
+    // The configuration ZAL_CONFIG names, after writing `content` there.
+    std::unique_ptr<ICfg> configured(const QString& name, const QByteArray& content) {
+        writeFile(dir.filePath(name), content);
+        qputenv("ZAL_CONFIG", dir.filePath(name).toLocal8Bit());
+        return CfgCenter::CreateCfg("anything", 2, "");
+    }
     QTemporaryDir dir;
 };
 
 }  // namespace
 
 TEST_F(ConfigEnvironment, ExplicitFileIsReadAndAMissingOneRefused) {
-    const QString path = dir.filePath("zal.ini");
-    writeFile(path, "EnvironmentAddress=tcp://127.0.0.1:5555\nRetries=7\nFlag=off\n");
-    qputenv("ZAL_CONFIG", path.toLocal8Bit());
-    auto cfg = CfgCenter::CreateCfg("anything", 2, "");
+    // Every punctuation character of Z85, among them INI's comment and list characters, in quotes.
+    const QString z85 = QStringLiteral("Ab9.-:+=^!/*?&<>()[]{}@%$#");
+    auto cfg = configured(
+        "zal.ini", "Address=tcp://127.0.0.1:5555\nRetries=7\nFlag=off\nQuoted=\"" + z85.toUtf8() + "\"\n");
     ASSERT_TRUE(cfg);
-    EXPECT_EQ(cfg->source(), path);
-    EXPECT_EQ(cfg->readString("EnvironmentAddress", "x"), "tcp://127.0.0.1:5555");
+    EXPECT_EQ(cfg->source(), dir.filePath("zal.ini"));
+    EXPECT_EQ(cfg->readString("Address", "x"), "tcp://127.0.0.1:5555");
     EXPECT_EQ(cfg->readString("Missing", "fallback"), "fallback");
     EXPECT_EQ(cfg->readInt("Retries", 1), 7);
-    EXPECT_EQ(cfg->readInt("EnvironmentAddress", 3), 3) << "a non-number falls back";
+    EXPECT_EQ(cfg->readInt("Address", 3), 3) << "a non-number falls back";
     EXPECT_FALSE(cfg->readBool("Flag", true));
     EXPECT_TRUE(cfg->readBool("Unset", true));
+    EXPECT_EQ(cfg->readString("Quoted", QString()), z85);
 
     qputenv("ZAL_CONFIG", dir.filePath("absent.ini").toLocal8Bit());
     EXPECT_FALSE(CfgCenter::CreateCfg("anything", 2, ""));
@@ -45,53 +52,23 @@ TEST_F(ConfigEnvironment, ExplicitFileIsReadAndAMissingOneRefused) {
     EXPECT_FALSE(CfgCenter::CreateCfg("anything", 2, "")) << "a directory is not a configuration";
 }
 
-TEST_F(ConfigEnvironment, InstanceFileBesideTheProgramElseDefaults) {
+TEST_F(ConfigEnvironment, InstanceFileBesideTheProgramElseTheHostsDefaultsElseTheReaders) {
+    CfgCenter::SetDefault("HostDefaultFlag", "true");
+    CfgCenter::SetDefault("HostDefaultCount", "5");
     const QString name = QStringLiteral("cfgtest-%1").arg(QCoreApplication::applicationPid());
     auto empty = CfgCenter::CreateCfg(name, 2, "");
     ASSERT_TRUE(empty);
     EXPECT_TRUE(empty->source().isEmpty());
-    EXPECT_EQ(empty->readString("EnvironmentAddress", "default"), "default");
+    EXPECT_EQ(empty->readInt("HostDefaultCount", 1), 5);
+    EXPECT_EQ(empty->readString("NoDefaultAnywhere", "reader"), "reader");
 
     const QString beside = QDir(zal::applicationDirectory()).filePath(name + ".ini");
-    writeFile(beside, "EnvironmentAddress=inproc://beside\n");
+    writeFile(beside, "HostDefaultCount=9\n");
     auto cfg = CfgCenter::CreateCfg(name, 2, "");
     QFile::remove(beside);
     ASSERT_TRUE(cfg);
-    EXPECT_EQ(cfg->readString("EnvironmentAddress", "default"), "inproc://beside");
-}
-
-TEST_F(ConfigEnvironment, HostDefaultsStandBetweenTheFileAndTheReadersDefault) {
-    CfgCenter::SetDefault("HostDefaultFlag", "true");
-    CfgCenter::SetDefault("HostDefaultCount", "5");
-    const QString path = dir.filePath("zal.ini");
-    writeFile(path, "HostDefaultCount=9\n");
-    qputenv("ZAL_CONFIG", path.toLocal8Bit());
-    auto cfg = CfgCenter::CreateCfg("anything", 2, "");
-    ASSERT_TRUE(cfg);
-    EXPECT_TRUE(cfg->readBool("HostDefaultFlag", false)) << "the host's default, not the reader's";
     EXPECT_EQ(cfg->readInt("HostDefaultCount", 1), 9) << "the file's own value wins";
-    EXPECT_EQ(cfg->readString("NoDefaultAnywhere", "reader"), "reader");
-
-    const QString explicitOff = dir.filePath("off.ini");
-    writeFile(explicitOff, "HostDefaultFlag=off\n");
-    qputenv("ZAL_CONFIG", explicitOff.toLocal8Bit());
-    cfg = CfgCenter::CreateCfg("anything", 2, "");
-    EXPECT_FALSE(cfg->readBool("HostDefaultFlag", true)) << "an explicit off wins over the host's on";
-
-    qunsetenv("ZAL_CONFIG");
-    auto empty =
-        CfgCenter::CreateCfg(QStringLiteral("nofile-%1").arg(QCoreApplication::applicationPid()), 2, "");
-    ASSERT_TRUE(empty);
-    EXPECT_EQ(empty->readInt("HostDefaultCount", 1), 5);
-}
-
-TEST_F(ConfigEnvironment, Z85TextReadsBackUnchangedInDoubleQuotes) {
-    // Every punctuation character of Z85, among them INI's comment and list characters.
-    const QString text = QStringLiteral("Ab9.-:+=^!/*?&<>()[]{}@%$#");
-    const QString path = dir.filePath("keys.ini");
-    writeFile(path, "Quoted=\"" + text.toUtf8() + "\"\n");
-    qputenv("ZAL_CONFIG", path.toLocal8Bit());
-    auto cfg = CfgCenter::CreateCfg("anything", 2, "");
-    ASSERT_TRUE(cfg);
-    EXPECT_EQ(cfg->readString("Quoted", QString()), text);
+    EXPECT_TRUE(cfg->readBool("HostDefaultFlag", false)) << "the host's default, not the reader's";
+    EXPECT_FALSE(configured("off.ini", "HostDefaultFlag=off\n")->readBool("HostDefaultFlag", true))
+        << "an explicit off wins over the host's on";
 }

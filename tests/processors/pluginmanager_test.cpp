@@ -4,21 +4,15 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QTemporaryDir>
-#include <atomic>
-#include <thread>
 
-#include "support/frontendclient.h"
-#include "support/runningrouter.h"
 #include "support/tracecapture.h"
-#include "zal/transport/constants.h"
-#include "zal/transport/endpoints.h"
 #include "zal/processors/plugin.h"
 #include "zal/processors/pluginmanager.h"
 #include "zal/processors/processorinfo.h"
 #include "zal/processors/qtbridge.h"
+#include "zal/transport/constants.h"
 
 using namespace zal;
-using Message = zalmsg::ControlMessage;
 
 namespace {
 
@@ -63,62 +57,32 @@ private:
     QStringList types;
 };
 
-// Sets an environment variable for one scope.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const QByteArray& value) : name(name) { qputenv(name, value); }
-    ~ScopedEnvironment() { qunsetenv(name); }
-
-private:
-    const char* name;
-};
-
 }  // namespace
 
-TEST(PluginManager, CreatesTheBridgeWithoutLoadingAnything) {
+TEST(PluginManager, CreatesTheBridgeWithoutLoadingAndLoadsALibraryOnFirstUse) {
     zaltest::TraceCapture trace;
     PluginManager manager;
     for (const char* type : {"QtBridge", "base.QtBridge"}) {
-        SCOPED_TRACE(type);
         const auto processor = create(manager, type, "b");
-        ASSERT_NE(dynamic_cast<QtBridge*>(processor.get()), nullptr);
-        EXPECT_EQ(processor->getEndpointString(), "inproc://zal/g/b");
+        EXPECT_NE(dynamic_cast<QtBridge*>(processor.get()), nullptr) << type;
     }
     // The plug-in is found by name, but compares everything right of the first full stop.
     EXPECT_EQ(manager.getPlugin("base.QtBridge.x")->getName(), "base");
-    EXPECT_EQ(create(manager, "base.QtBridge.x"), nullptr);
-    EXPECT_EQ(create(manager, "base.Echo"), nullptr);
     // Bare types are looked up only among known plug-ins, exactly.
-    EXPECT_EQ(create(manager, "qtbridge"), nullptr);
-    EXPECT_EQ(create(manager, "Echo"), nullptr);
+    for (const char* type : {"base.QtBridge.x", "base.Echo", "qtbridge", "Echo"}) {
+        EXPECT_EQ(create(manager, type), nullptr) << type;
+    }
     EXPECT_EQ(names(manager.getPlugins()), QStringList{"base"});
     EXPECT_TRUE(trace.lines().isEmpty()) << trace.lines().join('\n').toStdString();
-}
 
-TEST(PluginManager, LoadsAPluginLibraryOnFirstUseAndRunsItsProcessor) {
-    PluginManager manager;
-    auto echo = create(manager, "testplugin.Echo", "echo");
+    const auto echo = create(manager, "testplugin.Echo", "echo");
     ASSERT_NE(echo, nullptr);
-    ASSERT_EQ(names(manager.getPlugins()), (QStringList{"base", "testplugin"}));
-    Plugin* loaded = manager.getPlugins().last();
-
+    EXPECT_EQ(echo->getEndpointString(), "inproc://zal/g/echo");
     EXPECT_NE(create(manager, "testplugin.Echo"), nullptr);
-    EXPECT_EQ(manager.getPlugins().size(), 2) << "a known plug-in is not loaded again";
-    EXPECT_EQ(manager.getPlugin("Echo"), loaded) << "once known, its bare types are found";
+    EXPECT_EQ(names(manager.getPlugins()), (QStringList{"base", "testplugin"})) << "loaded once";
+    EXPECT_EQ(manager.getPlugin("Echo"), manager.getPlugins().last())
+        << "once known, its bare types are found";
     EXPECT_EQ(create(manager, "testplugin.QtBridge"), nullptr) << "the plug-in itself declines";
-
-    zaltest::RunningRouter router;
-    ZmqControllableThread<ProcessorBase> thread(echo.release());
-    zaltest::FrontendClient client(*router.frontend);
-    const std::string endpoint = Endpoints::getProcessorEndpoint("g", "echo", internalAddressPrefixDefault);
-    EXPECT_EQ(
-        client.request(endpoint, ControlMessageHelper::makeGetParameterMessage("plugin")).GetParameter(),
-        "testplugin");
-    EXPECT_EQ(client.request(endpoint, ControlMessageHelper::makeGetParameterMessage("type")).GetParameter(),
-              "testplugin.Echo");
-    client.request(endpoint, ControlMessageHelper::makeSetParameterMessage("gain", "2"));
-    EXPECT_EQ(client.request(endpoint, ControlMessageHelper::makeGetParameterListMessage()).GetParameter(),
-              "gain,plugin,type");
 }
 
 TEST(PluginManager, AMissingOrBrokenLibraryGivesNullAndATraceEveryTime) {
@@ -126,12 +90,9 @@ TEST(PluginManager, AMissingOrBrokenLibraryGivesNullAndATraceEveryTime) {
     PluginManager manager;
     EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
     EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
-    const QStringList lines = trace.lines();
-    ASSERT_EQ(lines.size(), 2) << "a failed load is not remembered";
-    for (const QString& line : lines) {
-        EXPECT_TRUE(line.startsWith(traceOfFailedLoad)) << line.toStdString();
-        EXPECT_GT(line.size(), traceOfFailedLoad.size()) << "the loader's reason follows";
-    }
+    ASSERT_EQ(trace.lines().size(), 2) << "a failed load is not remembered";
+    EXPECT_TRUE(trace.lines().at(1).startsWith(traceOfFailedLoad + "The shared library was not found."))
+        << "the loader's reason follows: " << trace.lines().at(1).toStdString();
 
     QTemporaryDir directory;
     ASSERT_TRUE(writeBrokenLibrary(directory, "broken.so"));
@@ -150,23 +111,12 @@ TEST(PluginManager, SearchesExtraDirectoriesAndThePluginPathAfterTheApplicationD
     EXPECT_EQ(plain.getPlugin("extraplugin.Echo"), nullptr);
 
     PluginManager withExtra(QStringList{extraDirectory()});
-    const auto fromExtra = create(withExtra, "extraplugin.Echo");
-    EXPECT_NE(fromExtra, nullptr);
+    EXPECT_NE(create(withExtra, "extraplugin.Echo"), nullptr);
     EXPECT_EQ(names(withExtra.getPlugins()), (QStringList{"base", "extraplugin"}));
 
-    {
-        ScopedEnvironment path("ZAL_PLUGIN_PATH", "/nonexistent::" + extraDirectory().toLocal8Bit());
-        PluginManager fromPath;
-        EXPECT_NE(fromPath.getPlugin("extraplugin.Echo"), nullptr);
-    }
-
-    // A broken file of the same name further down the search is never reached.
-    QTemporaryDir directory;
-    ASSERT_TRUE(writeBrokenLibrary(directory, "testplugin.so"));
-    PluginManager shadowed(QStringList{directory.path()});
-    ScopedEnvironment path("ZAL_PLUGIN_PATH", directory.path().toLocal8Bit());
-    ASSERT_NE(shadowed.getPlugin("testplugin.Echo"), nullptr);
-    EXPECT_EQ(shadowed.getPlugin("testplugin.Echo")->getName(), "testplugin");
+    qputenv("ZAL_PLUGIN_PATH", "/nonexistent::" + extraDirectory().toLocal8Bit());
+    EXPECT_NE(PluginManager().getPlugin("extraplugin.Echo"), nullptr);
+    qunsetenv("ZAL_PLUGIN_PATH");
 }
 
 TEST(PluginManager, RegistersOnlyNewNamesAndKeepsThemOwnedByTheCaller) {
@@ -189,23 +139,4 @@ TEST(PluginManager, RegistersOnlyNewNamesAndKeepsThemOwnedByTheCaller) {
     EXPECT_EQ(manager.getPlugin("local.Anything"), &local);
     EXPECT_EQ(create(manager, "Local"), nullptr) << "a plug-in that does not create declines";
     EXPECT_TRUE(trace.lines().isEmpty());
-}
-
-TEST(PluginManager, ServesGroupsInManyThreadsLoadingEachLibraryOnce) {
-    PluginManager manager;
-    std::atomic<int> created{0};
-    std::vector<std::thread> groups;
-    for (int g = 0; g < 4; ++g) {
-        groups.emplace_back([&manager, &created, g] {
-            for (int i = 0; i < 20; ++i) {
-                const auto processor = create(manager, (i + g) % 2 == 0 ? "testplugin.Echo" : "QtBridge");
-                created += processor != nullptr ? 1 : 0;
-            }
-        });
-    }
-    for (auto& group : groups) {
-        group.join();
-    }
-    EXPECT_EQ(created.load(), 80);
-    EXPECT_EQ(names(manager.getPlugins()), (QStringList{"base", "testplugin"}));
 }

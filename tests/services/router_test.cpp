@@ -1,4 +1,6 @@
-// A running router with a TCP frontend, driven by real outside and inside peers.
+// A running router with a TCP frontend, driven by real outside and inside peers: ending at a
+// malformed message by default, what it traces of what it drops when told to drop, the stall a
+// silent client must not cause, and a frontend taken. Carrying requests is every system test's.
 #include <gtest/gtest.h>
 
 #include <QDeadlineTimer>
@@ -6,10 +8,10 @@
 #include "support/frontendclient.h"
 #include "support/runningrouter.h"
 #include "support/tracecapture.h"
-#include "zal/transport/constants.h"
-#include "zal/transport/endpoints.h"
 #include "zal/services/router.h"
 #include "zal/threads/zmqcontrollablethread.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
 
 using namespace zal;
 
@@ -50,60 +52,12 @@ RouterOptions droppingMalformed() {
 
 }  // namespace
 
-TEST(Router, CarriesRequestsInAndRepliesOutByIdentity) {
+// The library's default, which a configuration may ask for on a TCP frontend.
+TEST(Router, ByDefaultAMalformedMessageEndsTheLoopWithItsText) {
     RunningRouter router;
-    ASSERT_EQ(router.frontend->rfind("tcp://127.0.0.1:", 0), 0u);
-    EXPECT_EQ(router.frontend->find('*'), std::string::npos) << "the frontend comes back resolved";
-
-    auto peer = insidePeer(serviceIdentity);
-    zaltest::FrontendClient client(*router.frontend);
-    awaitRoute(client, peer);
-
-    client.send(serviceIdentity, "request");
-    auto inside = zaltest::receiveFrames(peer);
-    ASSERT_EQ(inside.size(), 3u);
-    EXPECT_EQ(inside[0], "");
-    EXPECT_EQ(inside[2], "request");
-    const QByteArray clientIdentity = inside[1];
-
-    zaltest::sendFrames(peer, {"", clientIdentity, "reply"});
-    EXPECT_EQ(client.receive(),
-              (std::vector<QByteArray>{"", zaltest::identityFrame(serviceIdentity), "reply"}));
-
-    // An empty payload is forwarded as an empty frame.
-    client.send(serviceIdentity, "");
-    inside = zaltest::receiveFrames(peer);
-    ASSERT_EQ(inside.size(), 3u);
-    EXPECT_EQ(inside[2], "");
-}
-
-TEST(Router, DropsWhatItCannotDeliverAndGoesOn) {
-    RunningRouter router;
-    auto peer = insidePeer(serviceIdentity);
-    zaltest::FrontendClient client(*router.frontend);
-    awaitRoute(client, peer);
-
-    client.send("inproc://zal/nobody", "lost");
-    client.send(serviceIdentity.substr(0, serviceIdentity.size() - 1), "lost too");
-    zaltest::sendFrames(peer, {"", "a client that never was", "lost reply"});
-    client.send(serviceIdentity, "after");
-    const auto inside = zaltest::receiveFrames(peer);
-    ASSERT_EQ(inside.size(), 3u);
-    EXPECT_EQ(inside[2], "after");
-    EXPECT_TRUE(client.receive(100).empty()) << "nobody answers a dropped message";
-    EXPECT_EQ(router.thread->getState(), Running);
-}
-
-TEST(Router, MalformedMessagesEndTheLoopWithTheirText) {
-    for (const std::vector<QByteArray>& frames : {std::vector<QByteArray>{"", "destination"},
-                                                  std::vector<QByteArray>{"", "d", "payload", "surplus"}}) {
-        RunningRouter router;
-        zaltest::FrontendClient client(*router.frontend);
-        client.sendRaw(frames);
-        ASSERT_TRUE(router.thread->wait(QDeadlineTimer(10000)));
-        EXPECT_EQ(router.thread->getState(), Failed);
-        EXPECT_EQ(router.thread->getErrorText(), "ControllableThread::run() failed: Invalid message format");
-    }
+    zaltest::FrontendClient(*router.frontend).sendRaw({"", "destination"});
+    ASSERT_TRUE(router.thread->wait(QDeadlineTimer(10000)));
+    EXPECT_EQ(router.thread->getErrorText(), "ControllableThread::run() failed: Invalid message format");
 }
 
 TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
@@ -201,19 +155,10 @@ TEST(Router, APeerThatLeftOrStopsReadingStallsNobodyWhenDroppingIsOn) {
         EXPECT_EQ(client.receive(20000).size(), 3u);
     }
     EXPECT_EQ(router.thread->getState(), Running);
+    // A second router cannot take the frontend, and leaves the first untouched.
+    EXPECT_THROW(ZmqControllableThread<Router>(new Router(*router.frontend)), ThreadError);
+    EXPECT_EQ(router.thread->getState(), Running);
     // A router stuck on the silent client (the fault looked for) could not be stopped otherwise.
     while (!zaltest::receiveFrames(silent, 500).empty()) {
     }
-}
-
-TEST(Router, StartFailsWhenTheFrontendCannotBeBound) {
-    RunningRouter first;
-    try {
-        ZmqControllableThread<Router> second(new Router(*first.frontend));
-        FAIL() << "two routers bound one frontend";
-    } catch (const ThreadError& e) {
-        EXPECT_EQ(std::string(e.what()).rfind("Thread failed: ControllableThread::run() failed: ", 0), 0u)
-            << e.what();
-    }
-    EXPECT_EQ(first.thread->getState(), Running) << "the first router is untouched";
 }

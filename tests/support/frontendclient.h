@@ -17,11 +17,6 @@ public:
         socket.set(zmq::sockopt::linger, 1000);
         zal::ZmqHelper::connectSocket(socket, frontend);
     }
-    // Over a socket prepared by the caller (with security options, say), not yet connected.
-    FrontendClient(zmq::socket_t prepared, const std::string& frontend) : socket(std::move(prepared)) {
-        socket.set(zmq::sockopt::linger, 1000);
-        zal::ZmqHelper::connectSocket(socket, frontend);
-    }
 
     void sendRaw(const std::vector<QByteArray>& frames) { sendFrames(socket, frames); }
 

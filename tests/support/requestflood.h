@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <thread>
 #include <vector>
@@ -35,11 +34,7 @@ public:
 
     // True once `count` replies have come back, false when they did not within 20 s.
     bool awaitAnswered(long count) const {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (answered < count && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::yield();
-        }
-        return answered >= count;
+        return eventually([&] { return answered >= count; });
     }
 
     void stop() {

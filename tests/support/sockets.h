@@ -1,9 +1,12 @@
-// Test helpers for raw sockets: make them in the process context, read whole messages with a bound.
+// Test helpers for raw sockets (made in the process context, whole messages read with a bound) and
+// for waiting on a condition with a bound, and the text of what a call throws.
 #pragma once
 
 #include <QByteArray>
 #include <atomic>
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 #include <zmq.hpp>
 
@@ -46,6 +49,29 @@ inline void sendFrames(zmq::socket_t& socket, const std::vector<QByteArray>& fra
         const auto flags = i + 1 < frames.size() ? zmq::send_flags::sndmore : zmq::send_flags::none;
         socket.send(zmq::const_buffer(frames[i].constData(), static_cast<size_t>(frames[i].size())), flags);
     }
+}
+
+// Calls `done` until it holds or `seconds` passed; whether it held.
+template <class Done>
+bool eventually(Done&& done, int seconds = 20) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    for (; !done(); std::this_thread::yield()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// What the `Exception` that `f` throws says; empty when it throws nothing.
+template <class Exception, class F>
+std::string whatOf(F&& f) {
+    try {
+        f();
+    } catch (const Exception& e) {
+        return e.what();
+    }
+    return std::string();
 }
 
 // Identities travel with a terminating zero byte; this is the identity frame a peer sees.

@@ -11,10 +11,11 @@
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "support/requestflood.h"
-#include "zal/transport/constants.h"
-#include "zal/transport/endpoints.h"
+#include "support/tracecapture.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
+#include "zal/transport/constants.h"
+#include "zal/transport/endpoints.h"
 
 using namespace zal;
 using Message = zalmsg::ControlMessage;
@@ -35,7 +36,7 @@ protected:
     void SetUp() override {
         client.succeed(manager, Helper::makeCreateProcessorGroupMessage("g"));
         client.succeed(group, Helper::makeCreateProcessorMessage(
-                                  "streamplugin.Source", "src",
+                                  "testplugin.Source", "src",
                                   Helper::makeProcessorConfig("data", "inproc://faults/data")));
     }
 
@@ -64,24 +65,24 @@ protected:
 }  // namespace
 
 TEST_F(Faults, PlugInsThatFailToCreateAreRefusedAndTheGroupServesOn) {
-    EXPECT_EQ(create("faultplugin.InitThrows", "bad"),
-              "Processor of type 'faultplugin.InitThrows' could not be created: 'Thread failed: "
+    EXPECT_EQ(create("testplugin.InitThrows", "bad"),
+              "Processor of type 'testplugin.InitThrows' could not be created: 'Thread failed: "
               "ControllableThread::run() failed: initialize refused on purpose'.");
-    EXPECT_EQ(create("faultplugin.CreateThrows", "bad"),
-              "Processor of type 'faultplugin.CreateThrows' could not be created: 'plug-in refused on "
+    EXPECT_EQ(create("testplugin.CreateThrows", "bad"),
+              "Processor of type 'testplugin.CreateThrows' could not be created: 'plug-in refused on "
               "purpose'.");
     // Something that is no std::exception must not end the group's thread either.
-    EXPECT_EQ(create("faultplugin.CreateThrowsOther", "bad"),
-              "Processor of type 'faultplugin.CreateThrowsOther' could not be created: 'An unknown "
+    EXPECT_EQ(create("testplugin.CreateThrowsOther", "bad"),
+              "Processor of type 'testplugin.CreateThrowsOther' could not be created: 'An unknown "
               "exception was thrown'.");
     expectServing("src");
     // None of the failures kept the name: a working processor can take it.
-    EXPECT_EQ(create("faultplugin.Misbehaving", "bad"), QString());
+    EXPECT_EQ(create("testplugin.Sink", "bad"), QString());
     expectServing("bad,src");
 }
 
 TEST_F(Faults, HandlerExceptionsAreAnsweredOrDroppedAndTheProcessorServesOn) {
-    ASSERT_EQ(create("faultplugin.Misbehaving", "m"), QString());
+    ASSERT_EQ(create("testplugin.Sink", "m"), QString());
     const std::string m = processorAt("m");
 
     // From the control path: an error reply that names the failure.
@@ -92,25 +93,21 @@ TEST_F(Faults, HandlerExceptionsAreAnsweredOrDroppedAndTheProcessorServesOn) {
 
     // From the data path: the offending messages are dropped, the ones after them still counted.
     client.succeed(m, Helper::makeConnectStreamMessage("data", "inproc://faults/data", ""));
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (parameter(m, "count") == "0" && std::chrono::steady_clock::now() < deadline) {
+    ASSERT_TRUE(zaltest::eventually([&] {
         client.succeed(processorAt("src"), Helper::makeSetParameterMessage("publish", "probe:x"));
-    }
+        return parameter(m, "count") != "0";
+    })) << "no data reached the processor";
     const long long before = parameter(m, "count").toLongLong();
-    ASSERT_GT(before, 0) << "no data reached the processor";
     for (const char* topic : {"throw:1", "keep:2", "throw-other:3", "keep:4"}) {
         client.succeed(processorAt("src"), Helper::makeSetParameterMessage("publish", topic));
     }
-    bool counted = false;
-    while (!counted && std::chrono::steady_clock::now() < deadline + std::chrono::seconds(10)) {
-        counted = parameter(m, "count").toLongLong() == before + 2;
-    }
-    EXPECT_TRUE(counted) << parameter(m, "count").toStdString();
+    EXPECT_TRUE(zaltest::eventually([&] { return parameter(m, "count").toLongLong() == before + 2; }))
+        << parameter(m, "count").toStdString();
     expectServing("m,src");
 }
 
 TEST_F(Faults, AHandlerThatBlocksHoldsUpOnlyItsOwnProcessor) {
-    ASSERT_EQ(create("faultplugin.Misbehaving", "slow"), QString());
+    ASSERT_EQ(create("testplugin.Sink", "slow"), QString());
     const std::string slow = processorAt("slow");
     // Blocks until a message arrives at this address (at most 10 s).
     const std::string release = zaltest::uniqueInproc("release");
@@ -145,18 +142,31 @@ TEST(FaultsShutdown, CompletesWhileRequestsAreInFlight) {
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("EnvironmentAddress=tcp://127.0.0.1:*\n");
     }
-    qputenv("ZAL_CONFIG", config.toLocal8Bit());
     EnvironmentDll instance("zaltest-shutdown");
+    {
+        // A configuration that is missing starts nothing, and the trace says why.
+        zaltest::TraceCapture trace;
+        qputenv("ZAL_CONFIG", dir.filePath("absent.ini").toLocal8Bit());
+        EXPECT_FALSE(instance.Execute(0, nullptr));
+        EXPECT_EQ(trace.lines(), QStringList{"environmentdll:31 Invalid configuration of EnvironmentDll"});
+    }
+    qputenv("ZAL_CONFIG", config.toLocal8Bit());
     ASSERT_TRUE(instance.Execute(0, nullptr));
     qunsetenv("ZAL_CONFIG");
     const std::string frontend = instance.getEnvironment()->getRouterFrontendAddress();
+    {
+        // A second start while the first runs cannot bind the router's internal endpoint.
+        zaltest::TraceCapture trace;
+        EXPECT_FALSE(EnvironmentDll("zaltest-second").Execute(0, nullptr));
+        EXPECT_TRUE(trace.lines().last().contains("Caught unknown exception in EnvironmentDll::Execute"));
+    }
     {
         zaltest::FrontendClient setup(frontend);
         for (const std::string name : {"a", "b", "c"}) {
             setup.succeed(manager, Helper::makeCreateProcessorGroupMessage(name));
             setup.succeed(Endpoints::getGroupEndpoint(name, manager),
                           Helper::makeCreateProcessorMessage(
-                              "faultplugin.Misbehaving", "p",
+                              "testplugin.Sink", "p",
                               Helper::makeProcessorConfig("s", "inproc://faults/shutdown/" + name)));
         }
         // Blocked until the 10 s bound of its handler runs out: Shutdown has to wait for it.

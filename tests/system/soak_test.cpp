@@ -9,9 +9,9 @@
 #include "support/frontendclient.h"
 #include "support/procstatus.h"
 #include "support/qtprinters.h"
+#include "zal/host/environment.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/endpoints.h"
-#include "zal/host/environment.h"
 
 using namespace zal;
 using Helper = ControlMessageHelper;
@@ -45,6 +45,13 @@ protected:
     void succeed(const std::string& destination, const zalmsg::ControlMessage& request) {
         client.succeed(destination, request);
     }
+    // A demo processor publishing `stream` at inproc://soak/<stream>.
+    void create(const std::string& group, const std::string& type, const std::string& name,
+                const std::string& stream) {
+        succeed(group,
+                Helper::makeCreateProcessorMessage(
+                    "demo." + type, name, Helper::makeProcessorConfig(stream, "inproc://soak/" + stream)));
+    }
     long long messages(const std::string& counter) {
         return client.succeed(counter, Helper::makeGetParameterMessage("messages"))
             .GetParameter()
@@ -52,13 +59,7 @@ protected:
     }
     // Polls the counter until it has seen data, within a bound.
     bool awaitData(const std::string& counter) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (messages(counter) > 0) {
-                return true;
-            }
-        }
-        return false;
+        return zaltest::eventually([&] { return messages(counter) > 0; }, 10);
     }
 
     // A deleted group's threads have been joined when its reply comes, but the kernel may list a
@@ -82,12 +83,8 @@ protected:
         const std::string group = Endpoints::getGroupEndpoint("cycle", manager);
         const std::string counter = Endpoints::getProcessorEndpoint("cycle", "counter", manager);
         succeed(manager, Helper::makeCreateProcessorGroupMessage("cycle"));
-        succeed(group,
-                Helper::makeCreateProcessorMessage(
-                    "demo.Generator", "gen", Helper::makeProcessorConfig("local", "inproc://soak/local")));
-        succeed(group, Helper::makeCreateProcessorMessage(
-                           "demo.Counter", "counter",
-                           Helper::makeProcessorConfig("counted", "inproc://soak/counted")));
+        create(group, "Generator", "gen", "local");
+        create(group, "Counter", "counter", "counted");
         succeed(counter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
         succeed(counter, Helper::makeConnectStreamMessage("local", "inproc://soak/local", ""));
         if (checkData) {
@@ -108,12 +105,10 @@ TEST_F(Soak, GroupsAndProcessorsComeAndGoWhileDataFlowsAndLeaveNothingBehind) {
     const std::string flow = Endpoints::getGroupEndpoint("flow", manager);
     const std::string lastingCounter = Endpoints::getProcessorEndpoint("flow", "counter", manager);
     succeed(manager, Helper::makeCreateProcessorGroupMessage("flow"));
-    succeed(flow, Helper::makeCreateProcessorMessage(
-                      "demo.Generator", "gen", Helper::makeProcessorConfig("flow", "inproc://soak/flow")));
+    create(flow, "Generator", "gen", "flow");
     succeed(Endpoints::getProcessorEndpoint("flow", "gen", manager),
             Helper::makeSetParameterMessage("rate", "2000"));
-    succeed(flow, Helper::makeCreateProcessorMessage(
-                      "demo.Counter", "counter", Helper::makeProcessorConfig("sum", "inproc://soak/sum")));
+    create(flow, "Counter", "counter", "sum");
     succeed(lastingCounter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
     ASSERT_TRUE(awaitData(lastingCounter));
 
@@ -136,11 +131,6 @@ TEST_F(Soak, GroupsAndProcessorsComeAndGoWhileDataFlowsAndLeaveNothingBehind) {
         "soak: cycles=%d seconds=%.1f rss_kib_before=%lld rss_kib_after=%lld threads_before=%d "
         "threads_after=%d messages_during=%lld\n",
         cycles, seconds, before.rssKiB, after.rssKiB, before.threads, after.threads, flowed);
-    RecordProperty("cycles", cycles);
-    RecordProperty("rss_kib_before", std::to_string(before.rssKiB));
-    RecordProperty("rss_kib_after", std::to_string(after.rssKiB));
-    RecordProperty("threads_before", before.threads);
-    RecordProperty("threads_after", after.threads);
 
     EXPECT_GT(flowed, 0) << "data stopped flowing during the cycles";
     EXPECT_GE(after.threads, before.threads);

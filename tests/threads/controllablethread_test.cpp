@@ -1,199 +1,146 @@
-// Services in real threads: the blocking start, failure reports, and the stop over the pipe.
+// Services in real threads: the blocking start and failure reports, and the stand-alone readiness
+// handshake of a thread a creator manages itself. The stop over the pipe is every service's.
 #include <gtest/gtest.h>
 
 #include <QDeadlineTimer>
 #include <future>
 #include <mutex>
+#include <thread>
 
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/threads/zmqcontrollablethread.h"
+#include "zal/threads/zmqthreadcontroller.h"
 
 using namespace zal;
+using Events = std::vector<std::string>;
 
 namespace {
 
-// Events of one service, in order, readable from the test thread.
-class Log {
-public:
-    void add(std::string event) {
-        std::lock_guard<std::mutex> lock(mutex);
-        events.push_back(std::move(event));
-    }
-    std::vector<std::string> get() const {
-        std::lock_guard<std::mutex> lock(mutex);
-        return events;
-    }
-
-private:
-    mutable std::mutex mutex;
-    std::vector<std::string> events;
-};
-
+// What a service is to do: "" for a step that succeeds, "?" to throw something that is no
+// std::exception, "refuse" for an initialize that returns false, other text to throw it.
 struct Script {
-    bool initializeResult = true;
-    std::string throwInInitialize;
-    std::string throwInProcess;
-    std::string throwInRelease;
-    bool throwUnknown = false;
+    Script(std::string initialize = {}, std::string process = {}, std::string release = {},
+           std::shared_future<void> goAhead = {})
+        : initialize(std::move(initialize)),
+          process(std::move(process)),
+          release(std::move(release)),
+          goAhead(std::move(goAhead)) {}
+    std::string initialize, process, release;
     // process() waits for this before it fails, so the creator has surely stopped waiting.
     std::shared_future<void> goAhead;
 };
 
-Script refusing() {
-    Script script;
-    script.initializeResult = false;
-    return script;
-}
-
-Script throwing(std::string inInitialize, std::string inRelease = {}) {
-    Script script;
-    script.throwInInitialize = std::move(inInitialize);
-    script.throwInRelease = std::move(inRelease);
-    return script;
-}
-
-// A service whose every step is logged; process() reports what arrived on the creator pipe.
+// A service whose every step is logged, readable from the test thread. Every real service loops on
+// the base's creator check until Shutdown; this one just waits for the pipe.
 class ScriptedService : public ZmqControllable {
 public:
-    ScriptedService(Log& log, Script script) : log(log), script(std::move(script)) {}
-    ~ScriptedService() override { log.add("destroyed"); }
+    explicit ScriptedService(Script script) : script(std::move(script)) {}
+    ~ScriptedService() override { add("destroyed"); }
 
     bool initialize() override {
-        log.add("initialize");
-        if (script.throwUnknown) {
-            throw 42;
-        }
-        failIf(script.throwInInitialize);
+        add("initialize");
+        failIf(script.initialize);
         addCreatorSocket();
-        return script.initializeResult;
+        return script.initialize != "refuse";
     }
     void process() override {
-        log.add("process");
-        if (!script.throwInProcess.empty()) {
+        add("process");
+        if (!script.process.empty()) {
             script.goAhead.wait_for(std::chrono::seconds(10));
-            failIf(script.throwInProcess);
+            failIf(script.process);
         }
-        while (reader.waitForSockets()) {
-            // Everything pending on the pipe is read, so a second Shutdown would show up here.
-            zmq::message_t frame;
-            while (creatorSocket->recv(frame, zmq::recv_flags::dontwait)) {
-                const auto message = ControlMessageHelper::fromPayload(
-                    QByteArray(static_cast<const char*>(frame.data()), static_cast<qsizetype>(frame.size())));
-                log.add("pipe:" + message.GetMessageTypeAsString().toStdString());
-            }
-            return;
-        }
+        reader.waitForSockets();
     }
     void release() override {
-        log.add("release");
-        failIf(script.throwInRelease);
+        add("release");
+        failIf(script.release);
     }
+    static Events events() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return log;
+    }
+    static std::string startFailure(Script script) {
+        log.clear();
+        try {
+            ZmqControllableThread<ScriptedService> thread(new ScriptedService(std::move(script)));
+        } catch (const ThreadError& e) {
+            return e.what();
+        }
+        return "<started>";
+    }
+    static inline Events log;
 
 private:
+    static void add(std::string event) {
+        std::lock_guard<std::mutex> lock(mutex);
+        log.push_back(std::move(event));
+    }
     static void failIf(const std::string& text) {
-        if (!text.empty()) {
+        if (text == "?") {
+            throw 42;
+        }
+        if (!text.empty() && text != "refuse") {
             throw std::runtime_error(text);
         }
     }
-    Log& log;
+    static inline std::mutex mutex;
     Script script;
 };
 
-// A service whose loop ends through the base's creator check, as every real service's does.
-class CheckingService : public ZmqControllable {
-public:
-    explicit CheckingService(Log& log) : log(log) {}
-    bool initialize() override {
-        addCreatorSocket();
-        return true;
-    }
-    void process() override {
-        while (reader.waitForSockets() && checkCreatorSocket()) {
-        }
-        log.add("stopped");
-    }
-    void release() override { log.add("release"); }
+const std::string failed = "ControllableThread::run() failed: ";
 
-private:
-    Log& log;
-};
-
-std::string startFailure(Log& log, Script script) {
-    try {
-        ZmqControllableThread<ScriptedService> thread(new ScriptedService(log, std::move(script)));
-    } catch (const ThreadError& e) {
-        return e.what();
-    }
-    return "<started>";
+// One handshake: a worker thread sends `signal` through a copy of a fresh controller.
+template <class Signal>
+bool handshake(Signal signal) {
+    ZmqThreadController controller;
+    bool sent = false;
+    std::thread worker([copy = controller, &sent, signal]() mutable { sent = signal(copy); });
+    const bool ready = controller.waitForThread(10000);
+    worker.join();
+    EXPECT_TRUE(sent);
+    return ready;
 }
-
-using Events = std::vector<std::string>;
 
 }  // namespace
 
-TEST(ControllableThread, StartFailuresReachTheCreator) {
-    Log refused;
-    EXPECT_EQ(startFailure(refused, refusing()), "Thread failed: ");
-    EXPECT_EQ(refused.get(), (Events{"initialize", "release", "destroyed"}));
-
-    Log thrown;
-    EXPECT_EQ(startFailure(thrown, throwing("x")), "Thread failed: ControllableThread::run() failed: x");
-    EXPECT_EQ(thrown.get(), (Events{"initialize", "release", "destroyed"}));
-
-    Log unknown;
-    Script script;
-    script.throwUnknown = true;
-    EXPECT_EQ(startFailure(unknown, script),
-              "Thread failed: ControllableThread::run() failed: An unknown exception was thrown");
-
-    Log twice;
-    EXPECT_EQ(startFailure(twice, throwing("init", "rel")),
-              "Thread failed: ControllableThread::run() failed: init\nControllableThread::run() failed: rel");
-    EXPECT_EQ(twice.get(), (Events{"initialize", "release", "destroyed"})) << "release runs once";
+TEST(ControllableThread, StartFailuresReachTheCreatorAndReleaseRunsOnce) {
+    const Events started{"initialize", "release", "destroyed"};
+    EXPECT_EQ(ScriptedService::startFailure({"refuse"}), "Thread failed: ");
+    EXPECT_EQ(ScriptedService::events(), started);
+    EXPECT_EQ(ScriptedService::startFailure({"x"}), "Thread failed: " + failed + "x");
+    EXPECT_EQ(ScriptedService::events(), started);
+    EXPECT_EQ(ScriptedService::startFailure({"?"}),
+              "Thread failed: " + failed + "An unknown exception was thrown");
+    EXPECT_EQ(ScriptedService::startFailure({"init", "", "rel"}),
+              "Thread failed: " + failed + "init\n" + failed + "rel");
+    EXPECT_EQ(ScriptedService::events(), started);
 }
 
 TEST(ControllableThread, FailuresAfterStartAccumulateOnePerLine) {
-    Log log;
+    ScriptedService::log.clear();
     std::promise<void> go;
-    Script script;
-    script.throwInProcess = "p";
-    script.throwInRelease = "r";
-    script.goAhead = go.get_future().share();
-    auto thread = std::make_shared<ZmqControllableThread<ScriptedService>>(new ScriptedService(log, script));
+    auto thread = std::make_shared<ZmqControllableThread<ScriptedService>>(
+        new ScriptedService({"", "p", "r", go.get_future().share()}));
     EXPECT_EQ(thread->getState(), Running);
     go.set_value();
     ASSERT_TRUE(thread->wait(QDeadlineTimer(10000)));
     EXPECT_EQ(thread->getState(), Failed);
-    EXPECT_EQ(thread->getErrorText(),
-              "ControllableThread::run() failed: p\nControllableThread::run() failed: r");
-    EXPECT_EQ(log.get(), (Events{"initialize", "process", "release", "destroyed"}));
+    EXPECT_EQ(thread->getErrorText(), failed + "p\n" + failed + "r");
+    EXPECT_EQ(ScriptedService::events(), (Events{"initialize", "process", "release", "destroyed"}));
     thread.reset();  // stopping a thread that already ended must not block
 }
 
-TEST(ControllableThread, DestructionSendsOneShutdownAndReturnsAfterRelease) {
-    Log log;
-    auto thread =
-        std::make_shared<ZmqControllableThread<ScriptedService>>(new ScriptedService(log, Script{}));
-    EXPECT_EQ(thread->getState(), Running);
-    EXPECT_EQ(log.get().front(), "initialize");
-    thread.reset();
-    EXPECT_EQ(log.get(), (Events{"initialize", "process", "pipe:Shutdown", "release", "destroyed"}));
+TEST(ZmqThreadController, OnlyASuccessfulCreatedMessageMeansReady) {
+    EXPECT_TRUE(handshake([](ZmqThreadController& c) { return c.signalReady(); }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) { return c.signalError(); }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) {
+        return c.sendToCreator(
+            ZmqThreadController::makeCreatedControlMessage(zalmsg::ControlMessage::ResultType::Warning));
+    }));
+    EXPECT_FALSE(handshake([](ZmqThreadController& c) {
+        return c.sendToCreator(ControlMessageHelper::makeMessage(zalmsg::ControlMessage::MessageType::Query));
+    }));
 
-    Log checked;
-    {
-        ZmqControllableThread<CheckingService> running(new CheckingService(checked));
-        EXPECT_EQ(running.getState(), Running);
-    }
-    EXPECT_EQ(checked.get(), (Events{"stopped", "release"}));
-}
-
-TEST(ControllableThread, LivePipesHaveDistinctAddresses) {
-    Log a, b;
-    ZmqControllableThread<CheckingService> first(new CheckingService(a));
-    ZmqControllableThread<CheckingService> second(new CheckingService(b));
-    for (const std::string& address : {first.getPipeAddress(), second.getPipeAddress()}) {
-        EXPECT_EQ(address.rfind("inproc://ZAL/__", 0), 0u) << address;
-        EXPECT_EQ(address.substr(address.size() - 2), "__") << address;
-    }
-    EXPECT_NE(first.getPipeAddress(), second.getPipeAddress());
+    ZmqThreadController silent;
+    EXPECT_FALSE(silent.waitForThread(10)) << "nothing was sent";
 }

@@ -1,9 +1,8 @@
-// The zalctl program as a user runs it, against a whole system with a TCP frontend in this process.
+// The zalctl program as a user runs it: against a whole system in this process, against a stand-in
+// frontend for replies no test processor gives, and with words it must refuse.
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <chrono>
 #include <future>
@@ -11,42 +10,72 @@
 #include "support/program.h"
 #include "support/qtprinters.h"
 #include "support/sockets.h"
-#include "zal/platform/applicationdirectory.h"
+#include "zal/host/environment.h"
 #include "zal/msg/configtool.h"
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/transport/curvekeys.h"
-#include "zal/host/environment.h"
 #include "zal/transport/zmqhelper.h"
 
 using Message = zalmsg::ControlMessage;
+using zaltest::Outcome;
 
 namespace {
 
-using zaltest::Outcome;
+// Words split on blanks; '' stands for an empty word.
+QStringList wordsOf(const QString& line) {
+    QStringList words = line.split(' ', Qt::SkipEmptyParts);
+    words.replaceInStrings(QRegularExpression("^''$"), QString());
+    return words;
+}
 
-Outcome zalctl(const QStringList& arguments,
+Outcome zalctl(const QString& line,
                const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
-    return zaltest::runProgram("zalctl", arguments, environment);
+    return zaltest::runProgram("zalctl", wordsOf(line), environment);
+}
+
+// A step of a session: the command, its exit status and its output; an output ending in "..." is a
+// prefix.
+struct Step {
+    QString line;
+    int status;
+    QString out;
+};
+
+void expectSteps(const QString& endpoint, std::initializer_list<Step> steps) {
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.line.toStdString());
+        const Outcome r = zalctl("-e " + endpoint + " " + step.line);
+        EXPECT_EQ(r.status, step.status) << r.err.toStdString();
+        if (step.out.endsWith("...")) {
+            EXPECT_TRUE(r.out.startsWith(step.out.chopped(3))) << r.out.toStdString();
+        } else {
+            EXPECT_EQ(r.out, step.out);
+        }
+    }
 }
 
 class Zalctl : public ::testing::Test {
 protected:
-    // One command against the system; the words are split on single blanks.
-    Outcome run(const QString& line) {
-        return zalctl(QStringList{"-e", frontend} + line.split(' ', Qt::SkipEmptyParts));
-    }
-    // Stdout of a command that must succeed.
+    // The output of a command that must succeed.
     QString ok(const QString& line) {
-        const Outcome r = run(line);
+        const Outcome r = zalctl("-e " + frontend + " " + line);
         EXPECT_EQ(r.status, 0) << line.toStdString() << "\n" << r.out.toStdString() << r.err.toStdString();
         EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
         return r.out;
     }
-    // Stdout of a command that must get an error reply.
-    QString refused(const QString& line) {
-        const Outcome r = run(line);
-        EXPECT_EQ(r.status, 2) << line.toStdString() << "\n" << r.out.toStdString() << r.err.toStdString();
-        return r.out;
+    // Runs `line` (and `meanwhile`) until its output is `wanted` or, without one, no longer
+    // `from`, within a bound; the last output.
+    QString await(const QString& line, const QString& from, const QString& wanted = {},
+                  const QString& meanwhile = {}) {
+        QString out;
+        zaltest::eventually([&] {
+            if (!meanwhile.isEmpty()) {
+                ok(meanwhile);
+            }
+            out = ok(line);
+            return wanted.isNull() ? out != from : out == wanted;
+        });
+        return out;
     }
 
     zal::Environment environment{"tcp://127.0.0.1:*"};
@@ -55,355 +84,227 @@ protected:
 
 }  // namespace
 
-TEST_F(Zalctl, ManagesGroupsAndRefusesDuplicates) {
-    EXPECT_EQ(ok("groups"), "Success\n");
-    EXPECT_EQ(ok("create-group g2"), "Success\n");
-    EXPECT_EQ(ok("create-group g1"), "Success\n");
-    EXPECT_EQ(refused("create-group g1"), "Error: A group with the name 'g1' already exists.\n");
-    EXPECT_EQ(ok("groups"), "Success\ng1\ng2\n");
-    EXPECT_EQ(ok("delete-group g2"), "Success\n");
-    EXPECT_EQ(refused("delete-group g2"), "Error: A group with the name 'g2' does not exists.\n");
-    EXPECT_EQ(ok("groups"), "Success\ng1\n");
-}
-
-TEST_F(Zalctl, CreatesQueriesAndDeletesProcessors) {
-    ok("create-group g");
-    EXPECT_EQ(ok("create g src streamplugin.Source --stream data=tcp://127.0.0.1:*"), "Success\n");
-    EXPECT_EQ(refused("create g bad Nope"), "Error: Processor of type 'Nope' could not be created.\n");
-    EXPECT_EQ(ok("processors g"), "Success\nsrc\n");
-
-    const QStringList streams = ok("streams g src").split('\n');
-    ASSERT_EQ(streams.size(), 3) << streams.join('|').toStdString();
-    EXPECT_TRUE(streams[1].startsWith("data  tcp://127.0.0.1:")) << streams[1].toStdString();
-    EXPECT_FALSE(streams[1].contains('*')) << "the wildcard port comes back resolved";
-    EXPECT_TRUE(streams[1].endsWith("  stopped") || streams[1].endsWith("  running"))
-        << streams[1].toStdString();
-    EXPECT_EQ(ok("sources g src"), "Success\n");
-
-    EXPECT_EQ(ok("list g src"), "Success\ninterval\npublish\nsent\n");
-    EXPECT_EQ(ok("get g src sent"), "Success\n0\n");
-    EXPECT_EQ(ok("set g src publish t:x"), "Success\n");
-    EXPECT_EQ(ok("get g src sent"), "Success\n1\n");
-    EXPECT_EQ(refused("get g src nope"), "Error: Cannot get parameter: nope\n");
-    EXPECT_EQ(refused("set g src nope 1"), "Error: Cannot set parameter: nope\n");
-    EXPECT_TRUE(refused("record g src").startsWith("Error: Cannot start new recording"));
-
-    EXPECT_EQ(ok("delete g src"), "Success\n");
-    EXPECT_EQ(refused("delete g src"), "Error: A processor with the name 'src' does not exists.\n");
-    EXPECT_EQ(ok("processors g"), "Success\n");
+TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
+    // The endpoint comes from the option in either form, else from ZAL_ENDPOINT.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("ZAL_ENDPOINT", frontend);
+    EXPECT_EQ(zalctl("create-group env", environment).status, 0);
+    environment.insert("ZAL_ENDPOINT", "tcp://127.0.0.1:1");
+    EXPECT_EQ(zalctl("--endpoint=" + frontend + " --timeout=5000 -- groups", environment).out,
+              "Success\nenv\n");
+    EXPECT_EQ(zalctl("--endpoint " + frontend + " --timeout 5000 delete-group env", environment).status, 0);
+    expectSteps(
+        frontend,
+        {{"groups", 0, "Success\n"},
+         {"create-group g2", 0, "Success\n"},
+         {"create-group g", 0, "Success\n"},
+         {"create-group g", 2, "Error: A group with the name 'g' already exists.\n"},
+         {"groups", 0, "Success\ng\ng2\n"},
+         {"create g src testplugin.Source --stream data=tcp://127.0.0.1:*", 0, "Success\n"},
+         {"create g sink testplugin.Sink --stream=sunk=inproc://ctl/a,inproc://ctl/b "
+          "--source inproc://ctl/in:t1:t2 --source=tcp://[::1]:7000",
+          0, "Success\n"},
+         {"create g bridge QtBridge", 0, "Success\n"},
+         {"create g bridge QtBridge", 2,
+          "Error: A processor with the name 'bridge' already exists in group 'g'.\n"},
+         {"create g a,b QtBridge", 2, "Error: Processor name 'a,b' is not allowed.\n"},
+         {"create g n Nope", 2, "Error: Processor of type 'Nope' could not be created.\n"},
+         {"create g n missing.Nope", 2, "Error: Processor of type 'missing.Nope' could not be created.\n"},
+         {"create g n testplugin.Sink --stream a=inproc://ctl/c --stream b=inproc://ctl/d", 2,
+          "Error: Processor of type 'testplugin.Sink' could not be created: 'Multiple data streams are "
+          "not supported'.\n"},
+         {"create g n testplugin.Sink --stream data=inproc://ctl/e", 2,
+          "Error: Processor of type 'testplugin.Sink' could not be created: 'Thread failed: "
+          "ControllableThread::run() failed: inproc://zal/g/n: Stream 'data'could not be registered at "
+          "nameservice (Error: 'data' already exists)'.\n"},
+         {"processors g", 0, "Success\nbridge\nsink\nsrc\n"},
+         {"delete g bridge", 0, "Success\n"},
+         {"delete g bridge", 2, "Error: A processor with the name 'bridge' does not exists.\n"},
+         {"--timeout 300 list g bridge", 3, ""},
+         {"--timeout 300 get nogroup p x", 3, ""},
+         {"streams g sink", 0, "Success\nsunk  inproc://ctl/a,inproc://ctl/b  running\n"},
+         {"sources g sink", 0,
+          "Success\ninproc://ctl/in  filters: t1,t2\ntcp://[::1]:7000  filters: (all)\n"},
+         {"list g src", 0, "Success\ninterval\npublish\nsent\n"},
+         {"set g src publish -- --t:x", 0, "Success\n"},
+         {"get g src sent", 0, "Success\n1\n"},
+         {"get g src nope", 2,
+          "Error: Cannot get parameter: nope (no parameter 'nope'; parameters: interval, publish, sent)\n"},
+         {"set g src nope 1", 2,
+          "Error: Cannot set parameter: nope (no parameter 'nope'; parameters: interval, publish, sent)\n"},
+         {"record g src", 2, "Error: Cannot start new recording..."},
+         {"register g s p inproc://a tcp://127.0.0.1:9", 0, "Success\n"},
+         {"resolve g s", 0, "Success\nprocessor: p\naddress: inproc://a\naddress: tcp://127.0.0.1:9\n"},
+         {"register g s p inproc://b", 2, "Error: 's' already exists\n"},
+         {"resolve g2 s", 2, "Error: 's' does not exist\n"},
+         {"deregister g s", 0, "Success\n"},
+         {"deregister g s", 2, "Error: 's' does not exist\n"},
+         {"delete g src", 0, "Success\n"},
+         {"resolve g data", 2, "Error: 'data' does not exist\n"},
+         {"delete-group g2", 0, "Success\n"},
+         {"delete-group g2", 2, "Error: A group with the name 'g2' does not exists.\n"},
+         {"--xml create-group g", 2, "<ControlMessage><MessageType>CreateGroup</MessageType>..."}});
 }
 
 TEST_F(Zalctl, ConnectsByStreamNameOrAddressAndDataFlows) {
     ok("create-group g");
-    ok("create g src streamplugin.Source --stream data=tcp://127.0.0.1:*");
-    ok("create g sink streamplugin.Sink --stream sunk=inproc://zalctl/sunk");
-    ok("create g other streamplugin.Sink --stream other=inproc://zalctl/other");
-
+    ok("create g src testplugin.Source --stream data=tcp://127.0.0.1:*");
+    ok("create g sink testplugin.Sink --stream sunk=inproc://zalctl/sunk");
+    ok("create g other testplugin.Sink --stream other=inproc://zalctl/other");
     const QStringList resolved = ok("resolve g data").split('\n');
     ASSERT_EQ(resolved.size(), 4) << resolved.join('|').toStdString();
-    EXPECT_EQ(resolved[1], "processor: src");
-    ASSERT_TRUE(resolved[2].startsWith("address: tcp://127.0.0.1:"));
     const QString address = resolved[2].mid(QString("address: ").size());
-
-    EXPECT_EQ(ok("connect g sink data --filter keep"), "Success\n");
-    EXPECT_EQ(ok("sources g sink"), "Success\n" + address + "  filters: keep\n");
-    EXPECT_EQ(ok("connect g other --stream-name data --address " + address), "Success\n");
-    EXPECT_EQ(ok("sources g other"), "Success\n" + address + "  filters: (all)\n");
-    EXPECT_EQ(refused("connect g sink nothing"),
-              "Cannot resolve stream 'nothing': Error: 'nothing' does not exist\n");
+    EXPECT_FALSE(address.endsWith('*')) << "the wildcard port comes back resolved";
+    expectSteps(frontend, {{"streams g src", 0, "Success\ndata  " + address + "  running\n"},
+                           {"connect g sink data --filter keep", 0, "Success\n"},
+                           {"sources g sink", 0, "Success\n" + address + "  filters: keep\n"},
+                           {"connect g other --stream-name data --address " + address, 0, "Success\n"},
+                           {"sources g other", 0, "Success\n" + address + "  filters: (all)\n"},
+                           {"connect g sink nothing", 2,
+                            "Cannot resolve stream 'nothing': Error: 'nothing' does not exist\n"}});
 
     // A subscription reaches the publisher asynchronously: publish until the first message arrives.
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (ok("get g sink count") == "Success\n0\n" && std::chrono::steady_clock::now() < deadline) {
-        ok("set g src publish keep:probe");
-    }
+    await("get g sink count", "Success\n0\n", {}, "set g src publish keep:probe");
     // Cleared after the stop, so that a late probe is either forgotten or arrives while stopped.
     EXPECT_EQ(ok("stop g sink data"), "Success\n");
     ok("set g sink clear x");
     ok("set g src publish keep:while-stopped");
-    const auto stoppedDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (ok("get g sink count") == "Success\n0\n" && std::chrono::steady_clock::now() < stoppedDeadline) {
-    }
+    await("get g sink count", "Success\n0\n");
     EXPECT_EQ(ok("get g sink received"), "Success\n\n") << "a stopped stream keeps nothing";
 
     EXPECT_EQ(ok("start g sink data"), "Success\n");
     ok("set g sink clear x");
-    ok("set g src publish drop:1");
-    ok("set g src publish keep:2");
-    const auto keptDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    QString received;
-    while (!(received = ok("get g sink received")).endsWith("keep=2\n") &&
-           std::chrono::steady_clock::now() < keptDeadline) {
+    for (const char* message : {"drop:1", "keep:2", "keeper:3"}) {
+        ok(QString("set g src publish ") + message);
     }
-    EXPECT_TRUE(received.endsWith("keep=2\n")) << received.toStdString();
-    EXPECT_FALSE(received.contains("drop")) << "the filter keeps other topics out";
-}
-
-TEST_F(Zalctl, RegistersResolvesAndDeregistersStreams) {
-    ok("create-group g");
-    EXPECT_EQ(ok("register g s p inproc://a tcp://127.0.0.1:9"), "Success\n");
-    EXPECT_EQ(ok("resolve g s"), "Success\nprocessor: p\naddress: inproc://a\naddress: tcp://127.0.0.1:9\n");
-    EXPECT_EQ(refused("register g s p inproc://b").left(6), "Error:");
-    EXPECT_EQ(ok("deregister g s"), "Success\n");
-    EXPECT_EQ(refused("resolve g s"), "Error: 's' does not exist\n");
-    EXPECT_EQ(refused("deregister g s").left(6), "Error:");
-}
-
-TEST_F(Zalctl, PrintsTheRawReplyAsXml) {
-    ok("create-group g1");
-    for (const QStringList& words :
-         {QStringList{"-e", frontend, "--xml", "groups"}, QStringList{"-e", frontend, "groups", "--xml"}}) {
-        const Outcome r = zalctl(words);
-        EXPECT_EQ(r.status, 0);
-        const Message reply = zal::ControlMessageHelper::fromPayload(r.out.trimmed().toUtf8());
-        EXPECT_EQ(reply.GetMessageType(), Message::MessageType::QueryGroups);
-        EXPECT_EQ(reply.GetParameter(), "g1");
-    }
-    const Outcome error = zalctl({"-e", frontend, "--xml", "create-group", "g1"});
-    EXPECT_EQ(error.status, 2);
-    const Message reply = zal::ControlMessageHelper::fromPayload(error.out.trimmed().toUtf8());
-    EXPECT_EQ(reply.GetResultType(), Message::ResultType::Error);
-    EXPECT_EQ(reply.GetMessageText(), "A group with the name 'g1' already exists.");
-}
-
-TEST_F(Zalctl, TakesTheEndpointFromTheEnvironmentUnlessGivenAndTheOptionFormsAlike) {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("ZAL_ENDPOINT", frontend);
-    EXPECT_EQ(zalctl({"create-group", "env"}, environment).status, 0);
-    EXPECT_EQ(zalctl({"--endpoint=" + frontend, "--timeout=5000", "groups"}).out, "Success\nenv\n");
-    EXPECT_EQ(zalctl({"--endpoint", frontend, "--timeout", "5000", "--", "groups"}).out, "Success\nenv\n");
-    environment.insert("ZAL_ENDPOINT", "tcp://127.0.0.1:1");
-    EXPECT_EQ(zalctl({"-e", frontend, "groups"}, environment).out, "Success\nenv\n");
+    EXPECT_EQ(await("get g sink received", {}, "Success\nkeep=2;keeper=3\n"), "Success\nkeep=2;keeper=3\n")
+        << "a filter is a prefix of the topics it lets through";
 }
 
 TEST(ZalctlExit, UsageErrorsExit64WithTheReasonOnStandardError) {
-    const struct {
-        QStringList arguments;
-        QString reason;
-    } cases[] = {
-        {{}, "zalctl: no command given."},
-        {{"--frobnicate", "groups"}, "zalctl: unknown option '--frobnicate'."},
-        {{"--timeout", "soon", "groups"},
-         "zalctl: --timeout 'soon' is not a positive number of milliseconds."},
-        {{"--timeout", "0", "groups"}, "zalctl: --timeout '0' is not a positive number of milliseconds."},
-        {{"groups", "-e"}, "zalctl: groups: unexpected argument '-e'. Usage: groups"},
-        {{"-e"}, "zalctl: option -e needs a value."},
-        {{"-e", "", "groups"}, "zalctl: -e needs a non-empty endpoint."},
-        {{"explode"}, "zalctl: Unknown command 'explode'."},
-        {{"create-group"}, "zalctl: create-group: missing GROUP. Usage: create-group GROUP"},
-        {{"create", "g", "p", "T", "--stream", "x"},
-         "zalctl: create: --stream 'x' is not NAME=ADDR[,ADDR...]."},
-        {{"-e", "nonsense", "groups"}, "zalctl: Cannot use endpoint 'nonsense': Invalid argument"},
+    QTemporaryDir dir;
+    const QString bad = dir.filePath("bad.key");
+    QFile file(bad);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("not a key\n") > 0);
+    file.close();
+    const QString serverKey = QString::fromStdString(zal::CurveKeys::generate().publicKey);
+    const QString server = "--curve-server-key " + serverKey;
+    const QString secret =
+        "--curve-secret-key " + QString::fromStdString(zal::CurveKeys::generate().secretKey);
+    const std::pair<QString, QString> cases[] = {
+        {"", "no command given."},
+        {"--frobnicate groups", "unknown option '--frobnicate'."},
+        {"-e", "option -e needs a value."},
+        {"--timeout soon groups", "--timeout 'soon' is not a positive number of milliseconds."},
+        {"groups --all", "groups: unknown option '--all'."},
+        {"create g1 p T --source 6000", "create: --source '6000' is not ADDR[:FILTER...]"},
+        {"-e nonsense groups", "Cannot use endpoint 'nonsense': Invalid argument"},
+        {"explode g1", "Unknown command 'explode'."},
+        {"create-group", "create-group: missing GROUP. Usage: create-group GROUP"},
+        {"delete g1 p extra", "delete: unexpected argument 'extra'. Usage: delete GROUP NAME"},
+        {"processors ''", "processors: GROUP must not be empty."},
+        {"create g1 p T --stream out", "create: --stream 'out' is not NAME=ADDR[,ADDR...]."},
+        {"create g1 p T --stream out=inproc://a,", "'out=inproc://a,' has an empty address."},
+        {"create g1 p T --stream out=inproc://a --stream out=inproc://b", "--stream out is given twice."},
+        {"create g1 p T --source tcp://h:1:a --source tcp://h:1:b", "--source tcp://h:1 is given twice."},
+        {"connect g1 p", "connect: give the stream name either as STREAM or as --stream-name, once."},
+        {"connect g1 p s --address a --address b", "connect: option --address may be given only once."},
+        {"register g1 s p", "register: missing ADDR. Usage: register GROUP STREAM PROCESSOR ADDR [ADDR...]"},
+        {"keygen extra", "keygen: unexpected 'extra'."},
+        {"keygen --public-file k --secret-file k", "keygen: the public and the secret key need files of"},
+        {server + " groups", "CURVE needs this client's secret key"},
+        {secret + " groups", "CURVE needs the server's public key"},
+        {"--curve-server-key short " + secret + " groups", "--curve-server-key is not a CURVE key"},
+        {server + " --curve-server-key-file " + bad + " " + secret + " groups",
+         "give --curve-server-key or --curve-server-key-file, not both."},
+        {"--curve-server-key-file " + bad + " " + secret + " groups", bad + ":1: not a CURVE key"},
+        {server + " --curve-secret-key-file " + bad + ".absent groups", "cannot read key file"},
+        {server + " " + secret + " --curve-public-key " + serverKey + " groups",
+         "does not belong to the secret key"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.arguments.join(' ').toStdString());
-        const Outcome r = zalctl(c.arguments);
+    for (const auto& [line, reason] : cases) {
+        SCOPED_TRACE(line.toStdString());
+        const Outcome r = zalctl(line);
         EXPECT_EQ(r.status, 64);
         EXPECT_TRUE(r.out.isEmpty()) << r.out.toStdString();
-        EXPECT_TRUE(r.err.startsWith(c.reason + "\nRun 'zalctl --help'")) << r.err.toStdString();
+        EXPECT_TRUE(r.err.startsWith("zalctl: ") && r.err.contains(reason)) << r.err.toStdString();
+        EXPECT_TRUE(r.err.contains("\nRun 'zalctl --help'")) << r.err.toStdString();
     }
 }
 
-TEST(ZalctlExit, HelpListsEveryCommandTheExitStatusesAndExamples) {
-    const Outcome r = zalctl({"--help"});
-    EXPECT_EQ(r.status, 0);
-    for (const char* command : {"groups",
-                                "create-group GROUP",
-                                "delete-group GROUP",
-                                "processors GROUP",
-                                "create GROUP NAME TYPE",
-                                "delete GROUP NAME",
-                                "connect GROUP PROCESSOR",
-                                "start GROUP",
-                                "stop GROUP",
-                                "set GROUP",
-                                "get GROUP",
-                                "list GROUP",
-                                "record GROUP",
-                                "sources GROUP",
-                                "streams GROUP",
-                                "register GROUP",
-                                "deregister GROUP",
-                                "resolve GROUP",
-                                "--stream NAME=ADDR[,ADDR...]",
-                                "--source ADDR[:FILTER...]",
-                                "--timeout MS",
-                                "--xml",
-                                "ZAL_ENDPOINT",
-                                "  64  usage",
-                                "  3   time-out",
-                                "  2   error",
-                                "  1   warning",
-                                "  0   success",
-                                "zalctl -e tcp://127.0.0.1:5555 create-group g1"}) {
-        EXPECT_TRUE(r.out.contains(command)) << command;
-    }
-}
-
-TEST(ZalctlExit, SilenceIsATimeOutWithStatus3) {
-    // A port that was just bound and released: nothing listens there.
-    std::string vacant = "tcp://127.0.0.1:*";
-    {
-        zmq::socket_t socket = zaltest::makeSocket(zmq::socket_type::router);
-        zal::ZmqHelper::bindSocket(socket, vacant);
-        socket.set(zmq::sockopt::linger, 0);
-    }
-    const Outcome r = zalctl({"-e", QString::fromStdString(vacant), "--timeout", "300", "groups"});
-    EXPECT_EQ(r.status, 3);
-    EXPECT_TRUE(r.out.isEmpty());
-    EXPECT_EQ(r.err, "zalctl: Time-out: Socket timeout 300ms: " + QString::fromStdString(vacant) +
-                         " (no reply from inproc://zal; nothing listens at the endpoint, or that group or "
-                         "processor does not exist)\n");
-
-    // The router drops a request for a processor that does not exist, which is also silence.
-    zal::Environment environment("tcp://127.0.0.1:*");
-    const QString frontend = QString::fromStdString(environment.getRouterFrontendAddress());
-    const Outcome missing = zalctl({"-e", frontend, "--timeout", "300", "get", "nogroup", "p", "x"});
-    EXPECT_EQ(missing.status, 3);
-    EXPECT_TRUE(missing.err.contains("no reply from inproc://zal/nogroup/p")) << missing.err.toStdString();
-}
-
-// No service of the system answers with a warning, so a stand-in frontend does; it also gives the
-// replies no test processor can: a new recording's name and a running stream.
-TEST(ZalctlExit, WarningRepliesExit1AndRepliesNoTestProcessorGivesAreShown) {
+// A stand-in frontend: silent first, then with the replies no service of the system gives (a
+// warning, a running stream) and with garbage.
+TEST(ZalctlExit, SilenceWarningsAndUnreadableRepliesHaveStatusesOfTheirOwn) {
     zmq::socket_t router = zaltest::makeSocket(zmq::socket_type::router);
     std::string endpoint = "tcp://127.0.0.1:*";
     zal::ZmqHelper::bindSocket(router, endpoint);
-    const QString frontend = QString::fromStdString(endpoint);
-    // Answers one request with answer(request) and hands the request back.
-    const auto serveOne = [&router](std::function<void(Message&)> answer) {
-        return std::async(std::launch::async, [&router, answer] {
-            auto frames = zaltest::receiveFrames(router, 20000);
-            if (frames.size() != 4) {
-                return std::make_pair(QByteArray(), Message());
+    const QString e = "-e " + QString::fromStdString(endpoint) + " ";
+    const Outcome silent = zalctl(e + "--timeout 300 groups");
+    EXPECT_EQ(silent.status, 3);
+    EXPECT_TRUE(silent.out.isEmpty());
+    EXPECT_EQ(silent.err,
+              "zalctl: Time-out: Socket timeout 300ms: " + QString::fromStdString(endpoint) +
+                  " (no reply from inproc://zal; nothing listens at the endpoint, or that group or "
+                  "processor does not exist)\n");
+    const zal::CurveKeys::Pair client = zal::CurveKeys::generate();
+    const Outcome curve =
+        zalctl(e + "--timeout 300 --curve-server-key " + QString::fromStdString(client.publicKey) +
+               " --curve-secret-key " + QString::fromStdString(client.secretKey) + " groups");
+    EXPECT_EQ(curve.status, 3);
+    EXPECT_TRUE(curve.err.contains("or the server refused these CURVE keys")) << curve.err.toStdString();
+    while (!zaltest::receiveFrames(router, 100).empty()) {
+    }
+    // Runs zalctl with `words` and answers its one request with `reply`.
+    const auto serve = [&](const QString& words, const QByteArray& reply) {
+        auto served = std::async(std::launch::async, [&] {
+            const auto frames = zaltest::receiveFrames(router, 20000);
+            if (frames.size() == 4) {
+                zaltest::sendFrames(router, {frames[0], "", frames[2], reply});
             }
-            Message message = zal::ControlMessageHelper::fromPayload(frames[3]);
-            const Message request = message;
-            answer(message);
-            zaltest::sendFrames(router,
-                                {frames[0], "", frames[2], zal::ControlMessageHelper::toPayload(message)});
-            return std::make_pair(frames[2], request);
+            return frames.size() == 4 ? frames[2] : QByteArray();
         });
+        const Outcome outcome = zalctl(e + words);
+        EXPECT_EQ(served.get(), zal::ControlMessageHelper::makeIdentity("inproc://zal/g/p"));
+        return outcome;
     };
+    Message reply = zal::ControlMessageHelper::makeQueryStreamsMessage();
+    zalmsg::DataStream stream;
+    stream.SetName("out");
+    stream.SetAddress({"tcp://127.0.0.1:7000", "inproc://out"});
+    stream.SetRunning(true);
+    reply.AppendDataStream(stream);
+    zal::ConfigTool::setWarningMessage(reply, "careful");
+    Outcome r = serve("streams g p", zal::ControlMessageHelper::toPayload(reply));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "Warning: careful\nout  tcp://127.0.0.1:7000,inproc://out  running\n");
 
-    auto warned =
-        serveOne([](Message& m) { zal::ConfigTool::setWarningMessage(m, "Stream is already running"); });
-    const Outcome warning = zalctl({"-e", frontend, "start", "g", "p", "s"});
-    EXPECT_EQ(warning.status, 1);
-    EXPECT_EQ(warning.out, "Warning: Stream is already running\n");
-    const auto [destination, request] = warned.get();
-    EXPECT_EQ(destination, zal::ControlMessageHelper::makeIdentity("inproc://zal/g/p"));
-    EXPECT_EQ(request.GetMessageType(), Message::MessageType::Start);
-    EXPECT_EQ(request.GetStreamName(), "s");
-
-    auto recorded = serveOne([](Message& m) { zal::ConfigTool::setResultSuccess(m, "rec-0002.zrec"); });
-    const Outcome record = zalctl({"-e", frontend, "record", "g", "rec", "next"});
-    EXPECT_EQ(record.status, 0);
-    EXPECT_EQ(record.out, "Success\nrec-0002.zrec\n");
-    EXPECT_EQ(recorded.get().second.GetParameter(), "next");
-
-    auto streamed = serveOne([](Message& m) {
-        zalmsg::DataStream stream;
-        stream.SetName("out");
-        stream.AppendAddress("tcp://127.0.0.1:7000");
-        stream.AppendAddress("inproc://out");
-        stream.SetRunning(true);
-        m.AppendDataStream(stream);
-        zal::ConfigTool::setResultSuccess(m);
-    });
-    const Outcome streams = zalctl({"-e", frontend, "streams", "g", "gen"});
-    EXPECT_EQ(streams.status, 0);
-    EXPECT_EQ(streams.out, "Success\nout  tcp://127.0.0.1:7000,inproc://out  running\n");
-    EXPECT_EQ(streamed.get().second.GetMessageType(), Message::MessageType::QueryStreams);
-
-    auto garbled = std::async(std::launch::async, [&router] {
-        auto frames = zaltest::receiveFrames(router, 20000);
-        if (frames.size() == 4) {
-            zaltest::sendFrames(router, {frames[0], "", frames[2], "<<not a message"});
-        }
-        return frames.size();
-    });
-    const Outcome unreadable = zalctl({"-e", frontend, "groups"});
-    EXPECT_EQ(garbled.get(), 4u);
-    EXPECT_EQ(unreadable.status, 2);
-    EXPECT_TRUE(unreadable.out.startsWith("Invalid reply: ")) << unreadable.out.toStdString();
+    r = serve("list g p", "<<not a message");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_TRUE(r.out.startsWith("Invalid reply: ")) << r.out.toStdString();
 }
 
+// A key pair is printed or written, the secret for its owner's eyes only, never over an existing file.
 TEST(ZalctlCurve, KeygenPrintsAPairAndWritesKeyFilesButNeverOverAnExistingOne) {
-    const Outcome printed = zalctl({"keygen"});
-    ASSERT_EQ(printed.status, 0) << printed.err.toStdString();
-    const QStringList lines = printed.out.split('\n', Qt::SkipEmptyParts);
-    ASSERT_EQ(lines.size(), 2) << printed.out.toStdString();
-    ASSERT_TRUE(lines[0].startsWith("public-key: ") && lines[1].startsWith("secret-key: "));
-    const std::string publicKey = lines[0].mid(12).toStdString();
-    const std::string secretKey = lines[1].mid(12).toStdString();
-    EXPECT_TRUE(zal::CurveKeys::isKey(publicKey));
-    EXPECT_EQ(zal::CurveKeys::publicKeyOf(secretKey), publicKey);
+    const QStringList printed = zalctl("keygen").out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(printed.size(), 2);
+    ASSERT_TRUE(printed[0].startsWith("public-key: ") && printed[1].startsWith("secret-key: "));
+    EXPECT_EQ(zal::CurveKeys::publicKeyOf(printed[1].mid(12).toStdString()),
+              printed[0].mid(12).toStdString());
 
     QTemporaryDir dir;
     const QString pub = dir.filePath("k.pub");
     const QString secret = dir.filePath("k.secret");
-    const Outcome written = zalctl({"keygen", "--public-file", pub, "--secret-file=" + secret});
+    const Outcome written = zalctl("keygen --public-file " + pub + " --secret-file=" + secret);
     ASSERT_EQ(written.status, 0) << written.err.toStdString();
     const std::string writtenSecret = zal::CurveKeys::readSingleKey(secret);
     EXPECT_EQ(zal::CurveKeys::publicKeyOf(writtenSecret), zal::CurveKeys::readSingleKey(pub));
-    EXPECT_TRUE(written.out.contains(QString::fromStdString(writtenSecret)));
-    const QFileDevice::Permissions others =
-        QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther | QFileDevice::WriteOther;
-    EXPECT_FALSE(QFile::permissions(secret) & others) << "nobody but its owner reads a secret key";
-    EXPECT_TRUE(QFile::permissions(secret) & QFileDevice::ReadOwner);
+    EXPECT_FALSE(QFile::permissions(secret) & (QFileDevice::ReadGroup | QFileDevice::ReadOther));
     EXPECT_TRUE(QFile::permissions(pub) & QFileDevice::ReadOther);
 
     const QString fresh = dir.filePath("fresh.pub");
-    const Outcome again = zalctl({"keygen", "--public-file", fresh, "--secret-file", secret});
+    const Outcome again = zalctl("keygen --public-file " + fresh + " --secret-file " + secret);
     EXPECT_EQ(again.status, 73);
     EXPECT_TRUE(again.err.contains("exists")) << again.err.toStdString();
     EXPECT_EQ(zal::CurveKeys::readSingleKey(secret), writtenSecret) << "the old key is untouched";
     EXPECT_FALSE(QFile::exists(fresh)) << "no half pair is left behind";
-    EXPECT_EQ(zalctl({"keygen", "--public-file", fresh, "--secret-file", fresh}).status, 64);
-    EXPECT_EQ(zalctl({"keygen", "--secret-file"}).status, 64);
-    EXPECT_EQ(zalctl({"keygen", "extra"}).status, 64);
-}
-
-TEST(ZalctlCurve, TheOptionsNeedTheServersKeyAndAValidClientSecret) {
-    QTemporaryDir dir;
-    const zal::CurveKeys::Pair server = zal::CurveKeys::generate();
-    const zal::CurveKeys::Pair client = zal::CurveKeys::generate();
-    const QString serverKey = QString::fromStdString(server.publicKey);
-    const QString secretKey = QString::fromStdString(client.secretKey);
-    const QString badFile = dir.filePath("bad.key");
-    QFile file(badFile);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("not a key\n");
-    file.close();
-    const struct {
-        QStringList arguments;
-        QString reason;
-    } cases[] = {
-        {{"--curve-server-key", serverKey}, "CURVE needs this client's secret key"},
-        {{"--curve-secret-key", secretKey}, "CURVE needs the server's public key"},
-        {{"--curve-server-key", "short", "--curve-secret-key", secretKey},
-         "--curve-server-key is not a CURVE key"},
-        {{"--curve-server-key", serverKey, "--curve-server-key-file", badFile, "--curve-secret-key",
-          secretKey},
-         "not both"},
-        {{"--curve-server-key-file", badFile, "--curve-secret-key", secretKey},
-         badFile + ":1: not a CURVE key"},
-        {{"--curve-server-key", serverKey, "--curve-secret-key-file", dir.filePath("absent")},
-         "cannot read key file"},
-        {{"--curve-server-key", serverKey, "--curve-secret-key", secretKey, "--curve-public-key", serverKey},
-         "--curve-public-key does not belong to the secret key given."},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.arguments.join(' ').toStdString());
-        const Outcome r = zalctl(c.arguments + QStringList{"-e", "tcp://127.0.0.1:1", "groups"});
-        EXPECT_EQ(r.status, 64);
-        EXPECT_TRUE(r.err.contains(c.reason)) << r.err.toStdString();
-    }
-    const Outcome timedOut = zalctl({"--curve-server-key", serverKey, "--curve-secret-key", secretKey,
-                                     "--curve-public-key", QString::fromStdString(client.publicKey), "-e",
-                                     "tcp://127.0.0.1:1", "--timeout", "200", "groups"});
-    EXPECT_EQ(timedOut.status, 3);
-    EXPECT_TRUE(timedOut.err.contains("or the server refused these CURVE keys"))
-        << timedOut.err.toStdString();
 }
