@@ -403,3 +403,33 @@ TEST_F(Demo, FileErrorsAreRefusedAndLoseNothing) {
     EXPECT_EQ(number("play", "played"), whole.size() - 1);
     EXPECT_NE(closed, current);
 }
+
+TEST_F(Demo, ConsumersNeedNoStreamOfTheirOwnWhileProducersDo) {
+    const auto createBare = [&](const std::string& type, const std::string& name) {
+        return ask(group, ControlMessageHelper::makeCreateProcessorMessage("demo." + type, name,
+                                                                           zalmsg::Processor()));
+    };
+    for (const std::string type : {"Generator", "Player"}) {
+        const Message refused = createBare(type, "bare");
+        EXPECT_EQ(refused.GetResultType(), Result::Error);
+        EXPECT_TRUE(refused.GetMessageText().contains("No data stream configuration available"))
+            << refused.GetMessageText().toStdString();
+    }
+    ASSERT_EQ(createBare("Counter", "count").GetResultType(), Result::Success);
+    ASSERT_EQ(createBare("Recorder", "rec").GetResultType(), Result::Success);
+    EXPECT_TRUE(ask(at("count"), ControlMessageHelper::makeQueryStreamsMessage()).GetDataStream().isEmpty());
+
+    create("Generator", "gen");
+    connect("count", "gen");
+    EXPECT_TRUE(awaitAtLeast("count", "messages", 1));
+    EXPECT_EQ(error(at("count"), ControlMessageHelper::makeStopStreamMessage("nosuch")),
+              "Cannot stop stream: nosuch (no stream 'nosuch' here; this processor publishes nothing and "
+              "reads 'gen')");
+    expectSuccess(at("count"), ControlMessageHelper::makeStopStreamMessage("gen"));
+    expectSuccess(at("count"), ControlMessageHelper::makeStartStreamMessage(""));
+    expectSuccess(group, ControlMessageHelper::makeDeleteProcessorMessage("count"));
+    expectSuccess(group, ControlMessageHelper::makeDeleteProcessorMessage("rec"));
+    const std::string names = Endpoints::getNameServiceEndpoint("g", manager);
+    EXPECT_EQ(ask(names, ControlMessageHelper::makeResolveStreamMessage("gen")).GetProcessorName(), "gen")
+        << "a consumer without a stream deregisters nothing when it goes";
+}
