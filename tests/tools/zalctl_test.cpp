@@ -252,15 +252,15 @@ TEST(ZalctlExit, SilenceIsATimeOutWithStatus3) {
     EXPECT_EQ(r.status, 3);
     EXPECT_TRUE(r.out.isEmpty());
     EXPECT_EQ(r.err, "zalctl: Time-out: Socket timeout 300ms: " + QString::fromStdString(vacant) +
-                         " (no reply from inproc://zal; nothing listens at the endpoint, or that group or "
-                         "processor does not exist)\n");
+                         " (no reply from inproc://zal; nothing listens at the endpoint)\n");
 
-    // The router drops a request for a processor that does not exist, which is also silence.
-    zal::Environment environment("tcp://127.0.0.1:*");
-    const QString frontend = QString::fromStdString(environment.getRouterFrontendAddress());
-    const Outcome missing = zalctl({"-e", frontend, "--timeout", "300", "get", "nogroup", "p", "x"});
+    // A processor asked on a silent host: the group manager, asked next, is silent as well.
+    const Outcome missing =
+        zalctl({"-e", QString::fromStdString(vacant), "--timeout", "300", "get", "nogroup", "p", "x"});
     EXPECT_EQ(missing.status, 3);
-    EXPECT_TRUE(missing.err.contains("no reply from inproc://zal/nogroup/p")) << missing.err.toStdString();
+    EXPECT_TRUE(missing.err.contains(
+        "no reply from inproc://zal/nogroup/p, nor from the group manager; nothing listens at the endpoint)"))
+        << missing.err.toStdString();
 }
 
 // No service of the system answers with a warning, so a stand-in frontend does; it also gives the
@@ -406,4 +406,46 @@ TEST(ZalctlCurve, TheOptionsNeedTheServersKeyAndAValidClientSecret) {
     EXPECT_EQ(timedOut.status, 3);
     EXPECT_TRUE(timedOut.err.contains("or the server refused these CURVE keys"))
         << timedOut.err.toStdString();
+}
+
+// The router drops a request for a name nobody has; zalctl then asks the group manager and the
+// group, and names the mistake instead of reporting a dead host.
+TEST_F(Zalctl, ANameThatDoesNotExistIsNamedAndOnlySilenceIsATimeOut) {
+    ok("create-group g1");
+    ok("create g1 gen streamplugin.Source --stream data=inproc://zalctl/names");
+    ok("create g1 counter faultplugin.Misbehaving --stream held=inproc://zalctl/held");
+    const QString noProcessor =
+        "zalctl: no processor 'nosuchproc' in group 'g1' (processors: counter, gen)\n";
+    const QString noGroup = "zalctl: no group 'nosuchgroup' (groups: g1)\n";
+    const std::pair<QString, QString> mistakes[] = {
+        {"processors nosuchgroup", noGroup},
+        {"resolve nosuchgroup data", noGroup},
+        {"get g1 nosuchproc rate", noProcessor},
+        {"connect g1 nosuchproc data", "zalctl: " + noProcessor.mid(8)},
+    };
+    for (const auto& [line, error] : mistakes) {
+        const Outcome r = run("--timeout 500 " + line);
+        EXPECT_EQ(r.status, 2) << line.toStdString();
+        EXPECT_EQ(r.err, error) << line.toStdString();
+        EXPECT_TRUE(r.out.isEmpty()) << r.out.toStdString();
+    }
+
+    // A processor that exists but is held up stays a time-out, and says so.
+    auto held = std::async(std::launch::async, [this] {
+        return run("--timeout 20000 set g1 counter block inproc://zalctl/release").status;
+    });
+    Outcome busy;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while ((busy = run("--timeout 500 get g1 counter count")).status == 0 &&
+           std::chrono::steady_clock::now() < deadline) {
+    }
+    EXPECT_EQ(busy.status, 3);
+    EXPECT_TRUE(
+        busy.err.endsWith("(no reply from inproc://zal/g1/counter; processor 'counter' in group 'g1' "
+                          "exists but did not answer in time: it is busy)\n"))
+        << busy.err.toStdString();
+    zmq::socket_t release = zaltest::makeSocket(zmq::socket_type::push);
+    release.connect("inproc://zalctl/release");
+    release.send(zmq::str_buffer("go"));
+    EXPECT_EQ(held.get(), 0);
 }

@@ -291,3 +291,11 @@ TEST_F(ZalHost, WarnsOfAFrontendOpenToTheNetworkWithoutCurve) {
         EXPECT_TRUE(outcome.err.contains(half.reason)) << outcome.err.toStdString();
     }
 }
+
+TEST_F(ZalHost, APipelineLineNamesAGroupOrProcessorThatDoesNotExist) {
+    const QString pipeline = write("typo.pipeline", "create-group g\nget g nosuch rate\n");
+    const auto outcome = runProgram("zal-host", {"--pipeline", pipeline});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(pipeline + ":2: no processor 'nosuch' in group 'g' (processors: none)"))
+        << outcome.err.toStdString();
+}

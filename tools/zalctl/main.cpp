@@ -56,9 +56,10 @@ QString helpText() {
                "Exit status:\n"
                "  0   success reply\n"
                "  1   warning reply\n"
-               "  2   error reply, or a reply that cannot be read\n"
-               "  3   time-out: no reply (nothing listens at the endpoint, or the group or processor\n"
-               "      does not exist, since the router drops requests for unknown destinations)\n"
+               "  2   error reply, a reply that cannot be read, or no reply because the group or\n"
+               "      processor named does not exist (zalctl then asks which names do)\n"
+               "  3   time-out: nothing answers at the endpoint, or the group, name service or\n"
+               "      processor asked exists but did not answer in time (busy)\n"
                "  64  usage error: unknown command or option, missing or bad argument, bad endpoint,\n"
                "      a CURVE key or key file that cannot be used\n"
                "  73  keygen could not write a key file\n"
@@ -294,6 +295,7 @@ int run(const Options& options, const QStringList& words) {
         case zaltools::Outcome::BadUsage:
             return usage(result.text);
         case zaltools::Outcome::NoReply:
+        case zaltools::Outcome::NoSuchName:
             print(stderr, QStringLiteral("zalctl: %1").arg(result.text));
             break;
         default:
