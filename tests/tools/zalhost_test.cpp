@@ -112,7 +112,7 @@ TEST_F(ZalHost, ReportsBadStartsWithTheirPlaceAndStatus) {
 
     EXPECT_EQ(runProgram("zal-host", {"--bogus"}).status, 64);
     EXPECT_EQ(runProgram("zal-host", {"--duration", "-1"}).status, 64);
-    EXPECT_EQ(runProgram("zal-host", {"--pipeline", dir.filePath("absent.pipeline")}).status, 2);
+    EXPECT_EQ(runProgram("zal-host", {"--pipeline", dir.filePath("absent.pipeline")}).status, 66);
 
     outcome = runProgram("zal-host", {"--help"});
     EXPECT_EQ(outcome.status, 0);
@@ -298,4 +298,61 @@ TEST_F(ZalHost, APipelineLineNamesAGroupOrProcessorThatDoesNotExist) {
     EXPECT_EQ(outcome.status, 2);
     EXPECT_TRUE(outcome.err.contains(pipeline + ":2: no processor 'nosuch' in group 'g' (processors: none)"))
         << outcome.err.toStdString();
+}
+
+TEST_F(ZalHost, ConfigurationAndPipelineMistakesAreNamedBeforeAnythingStarts) {
+    // A misspelt key is named with the nearest key the library reads; the host runs on.
+    auto outcome = runProgram(
+        "zal-host",
+        {"--config", write("typo.ini", "EnvironmentAdress=tcp://127.0.0.1:*\n"), "--duration", "0.2"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_TRUE(
+        outcome.err.contains("typo.ini: unknown key 'EnvironmentAdress' is ignored; did you mean "
+                             "'EnvironmentAddress'?"))
+        << outcome.err.toStdString();
+
+    const std::pair<QByteArray, int> malformed[] = {
+        {"EnvironmentAddress=tcp://127.0.0.1:*\n[\n", 2}, {"; fine\nno equals sign\n", 2}, {"# note=x\n", 1}};
+    for (const auto& [content, line] : malformed) {
+        const QString file = write("bad.ini", content);
+        outcome = runProgram("zal-host", {"--config", file});
+        EXPECT_EQ(outcome.status, 66) << content.toStdString();
+        EXPECT_TRUE(outcome.err.startsWith(QString("zal-host: %1:%2: ").arg(file).arg(line)))
+            << outcome.err.toStdString();
+    }
+
+    // A pipeline is read whole before the environment starts: nothing of it runs when a line is bad.
+    outcome = runProgram("zal-host", {"--pipeline", dir.filePath("absent.pipeline")});
+    EXPECT_EQ(outcome.status, 66);
+    EXPECT_TRUE(outcome.err.contains("absent.pipeline: cannot read pipeline")) << outcome.err.toStdString();
+    const QString late = write("late.pipeline", "create-group g\n\nwatch g p\n");
+    outcome = runProgram("zal-host", {"--pipeline", late});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(late + ":3: usage: watch GROUP PROCESSOR")) << outcome.err.toStdString();
+    EXPECT_FALSE(outcome.out.contains("frontend listening")) << outcome.out.toStdString();
+
+    // A frontend that cannot be bound: the reason, without any trace mask.
+    zmq::socket_t occupying = zaltest::makeSocket(zmq::socket_type::router);
+    std::string taken = "tcp://127.0.0.1:*";
+    zal::ZmqHelper::bindSocket(occupying, taken);
+    outcome = runProgram("zal-host", {"--listen", QString::fromStdString(taken)});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "zal-host: the environment did not start: " + QString::fromStdString(taken) +
+                               ": Address already in use\n");
+}
+
+TEST_F(ZalHost, ListenSetsTheFrontendOverTheConfigurationAndBothProgramsTellTheirVersion) {
+    RunningProgram host("zal-host",
+                        {"--config", write("inproc.ini", "EnvironmentAddress=inproc://zal/elsewhere\n"),
+                         "--listen", "tcp://127.0.0.1:*"});
+    const QString frontend = frontendOf(host);
+    ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
+    EXPECT_TRUE(answersAfterMalformed(frontend, 10000)) << "a tcp:// frontend drops malformed messages";
+    EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+
+    for (const QString program : {"zal-host", "zalctl"}) {
+        const auto version = runProgram(program, {"--version"});
+        EXPECT_EQ(version.status, 0);
+        EXPECT_EQ(version.out, program + " " ZAL_VERSION "\n");
+    }
 }

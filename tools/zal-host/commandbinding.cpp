@@ -2,11 +2,6 @@
 
 #include "zal/transport/constants.h"
 #include "zaltools/commandrunner.h"
-#include "zaltools/linesplitter.h"
-
-bool splitPipelineLine(const QString& line, QStringList& words, QString& error) {
-    return zaltools::LineSplitter::split(line, words, error);
-}
 
 PipelineRunner::Executor makeCommandExecutor(const std::string& frontend) {
     auto runner = std::make_shared<zaltools::CommandRunner>(frontend, zal::socketDefaultTimeout);

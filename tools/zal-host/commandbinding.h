@@ -6,5 +6,4 @@
 
 #include "pipelinerunner.h"
 
-bool splitPipelineLine(const QString& line, QStringList& words, QString& error);
 PipelineRunner::Executor makeCommandExecutor(const std::string& frontend);

@@ -1,36 +1,21 @@
 #include "pipelinerunner.h"
 
-#include <QFile>
-
 #include "bridgetap.h"
 #include "parameterwatch.h"
+#include "pipelinefile.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/endpoints.h"
 
-PipelineRunner::PipelineRunner(std::string frontend, Splitter split, Executor execute, QTextStream& out,
-                               QObject* parent)
-    : QObject(parent),
-      frontend(std::move(frontend)),
-      split(std::move(split)),
-      execute(std::move(execute)),
-      out(out) {}
+PipelineRunner::PipelineRunner(std::string frontend, Executor execute, QTextStream& out, QObject* parent)
+    : QObject(parent), frontend(std::move(frontend)), execute(std::move(execute)), out(out) {}
 
 PipelineRunner::~PipelineRunner() = default;
 
-bool PipelineRunner::run(const QString& path, QString& error) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        error = QStringLiteral("%1: cannot read pipeline: %2").arg(path, file.errorString());
-        return false;
-    }
-    int number = 0;
-    while (!file.atEnd()) {
-        ++number;
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        QStringList words;
+bool PipelineRunner::run(const PipelineFile& file, QString& error) {
+    for (const PipelineLine& line : file.lines()) {
         QString reason;
-        if (!split(line, words, reason) || (!words.isEmpty() && !runWords(words, reason))) {
-            error = QStringLiteral("%1:%2: %3").arg(path).arg(number).arg(reason);
+        if (!runWords(line.words, reason)) {
+            error = QStringLiteral("%1: %2").arg(file.place(line), reason);
             return false;
         }
     }
@@ -40,12 +25,6 @@ bool PipelineRunner::run(const QString& path, QString& error) {
 bool PipelineRunner::runWords(const QStringList& words, QString& reason) {
     const QString& verb = words.front();
     if (verb == "watch" || verb == "tap") {
-        const int wanted = verb == "watch" ? 4 : 3;
-        if (words.size() != wanted) {
-            reason = verb == "watch" ? QStringLiteral("usage: watch GROUP PROCESSOR PARAM[,PARAM...]")
-                                     : QStringLiteral("usage: tap GROUP BRIDGE");
-            return false;
-        }
         const std::string endpoint = zal::Endpoints::getProcessorEndpoint(
             words[1].toStdString(), words[2].toStdString(), zal::internalAddressPrefixDefault);
         const QString label = words[1] + '/' + words[2];

@@ -12,6 +12,7 @@
 
 class BridgeTap;
 class ParameterWatch;
+class PipelineFile;
 
 // One command's outcome: status 0 is success; text is what the command prints.
 struct CommandOutcome {
@@ -26,22 +27,20 @@ struct CommandOutcome {
 class PipelineRunner : public QObject {
     Q_OBJECT
 public:
-    using Splitter = std::function<bool(const QString& line, QStringList& words, QString& error)>;
     using Executor = std::function<CommandOutcome(const QStringList& words)>;
 
-    PipelineRunner(std::string frontend, Splitter split, Executor execute, QTextStream& out,
-                   QObject* parent = nullptr);
+    PipelineRunner(std::string frontend, Executor execute, QTextStream& out, QObject* parent = nullptr);
     ~PipelineRunner() override;
 
-    // Stops at the first failing line; `error` then reads "FILE:LINE: reason".
-    bool run(const QString& path, QString& error);
+    // Runs the file's lines in order and stops at the first failing one; `error` then reads
+    // "FILE:LINE: reason".
+    bool run(const PipelineFile& file, QString& error);
     void printSummaries();
 
 private:
     bool runWords(const QStringList& words, QString& reason);
 
     std::string frontend;
-    Splitter split;
     Executor execute;
     QTextStream& out;
     std::vector<std::unique_ptr<ParameterWatch>> watches;

@@ -34,6 +34,7 @@ QString helpText() {
                "      --timeout MS     how long to wait for each reply, in milliseconds (default %2)\n"
                "      --xml            print the raw reply XML instead (a command may also end in --xml)\n"
                "  -h, --help           print this help\n"
+               "      --version        print zalctl's version\n"
                "CURVE, for a frontend that requires it (all keys are 40 Z85 characters):\n"
                "      --curve-server-key KEY        the server's public key\n"
                "      --curve-server-key-file FILE  ... read from a key file\n"
@@ -240,6 +241,10 @@ std::optional<int> readOptions(const QStringList& arguments, Options& options, q
         }
         if (word == QLatin1String("-h") || word == QLatin1String("--help")) {
             print(stdout, helpText());
+            return static_cast<int>(ExitStatus::Success);
+        }
+        if (word == QLatin1String("--version")) {
+            print(stdout, QStringLiteral("zalctl " ZAL_VERSION));
             return static_cast<int>(ExitStatus::Success);
         }
         if (word == QLatin1String("--xml")) {
