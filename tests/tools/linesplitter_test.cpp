@@ -72,3 +72,10 @@ TEST(LineSplitter, ScriptKeepsLineNumbersOfCommandsAndErrors) {
     EXPECT_TRUE(LineSplitter::splitScript("").isEmpty());
     EXPECT_TRUE(LineSplitter::splitScript("\n# only\n\n").isEmpty());
 }
+
+TEST(LineSplitter, JoinedWordsSplitBackIntoThemselves) {
+    const QStringList original{"set", "g",          "p",           "text", "two  words",
+                               "",    "say \"hi\"", "back\\slash", "#1",   "t#1"};
+    EXPECT_EQ(words(LineSplitter::join(original)), original);
+    EXPECT_EQ(LineSplitter::join({"create", "g", "c", "demo.Counter"}), "create g c demo.Counter");
+}

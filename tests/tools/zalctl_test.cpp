@@ -6,6 +6,7 @@
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <chrono>
+#include <csignal>
 #include <future>
 
 #include "support/program.h"
@@ -448,4 +449,27 @@ TEST_F(Zalctl, ANameThatDoesNotExistIsNamedAndOnlySilenceIsATimeOut) {
     release.connect("inproc://zalctl/release");
     release.send(zmq::str_buffer("go"));
     EXPECT_EQ(held.get(), 0);
+}
+
+TEST_F(Zalctl, WatchPrintsARoundASecondUntilInterruptedAndRefusesAParameterThatDoesNotExist) {
+    ok("create-group g");
+    ok("create g src streamplugin.Source --stream data=inproc://zalctl/watched");
+    ok("create g sink streamplugin.Sink --stream sunk=inproc://zalctl/watching");
+    Outcome r = run("watch g sink count,received --count 2");
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, "g/sink: count=0 received=\ng/sink: count=0 received=\n");
+
+    r = run("watch g src sent,nope");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_TRUE(r.out.startsWith("Error: Cannot get parameter: nope")) << r.out.toStdString();
+    EXPECT_EQ(run("watch g src").status, 64);
+
+    QProcess watch;
+    watch.start(zal::applicationDirectory() + "/zalctl", {"-e", frontend, "watch", "g", "src", "sent"});
+    ASSERT_TRUE(watch.waitForReadyRead(20000));
+    ::kill(static_cast<pid_t>(watch.processId()), SIGINT);
+    ASSERT_TRUE(watch.waitForFinished(20000));
+    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch.exitCode(), 0);
+    EXPECT_TRUE(watch.readAllStandardOutput().startsWith("g/src: sent=0\n"));
 }

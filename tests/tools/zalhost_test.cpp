@@ -128,11 +128,11 @@ TEST_F(ZalHost, ReportsBadStartsWithTheirPlaceAndStatus) {
 
 TEST_F(ZalHost, DurationEndsTheRunWithASummary) {
     const QString pipeline =
-        write("short.pipeline", "create-group g\ncreate g b QtBridge\nwatch g b nothing\n");
+        write("short.pipeline",
+              "create-group g\ncreate g b streamplugin.Source --stream s=inproc://s\nwatch g b sent\n");
     const auto outcome = runProgram("zal-host", {"--pipeline", pipeline, "--duration", "1.5"});
     EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
-    // A parameter the bridge cannot give shows as "?" instead of stopping the host.
-    EXPECT_TRUE(outcome.out.contains("summary g/b: nothing=?")) << outcome.out.toStdString();
+    EXPECT_TRUE(outcome.out.contains("summary g/b: sent=0")) << outcome.out.toStdString();
 }
 
 TEST_F(ZalHost, ReplaysARecordingAsItWasGenerated) {
@@ -355,4 +355,28 @@ TEST_F(ZalHost, ListenSetsTheFrontendOverTheConfigurationAndBothProgramsTellThei
         EXPECT_EQ(version.status, 0);
         EXPECT_EQ(version.out, program + " " ZAL_VERSION "\n");
     }
+}
+
+TEST_F(ZalHost, PipelineOutputNamesEachCommandAndKeepsEveryWatch) {
+    const QString pipeline = write(
+        "watched.pipeline",
+        "create-group g\ncreate g src streamplugin.Source --stream \"data=inproc://w\"\n"
+        "create g sink streamplugin.Sink --stream sunk=inproc://ws\nwatch g src sent\nwatch g sink count\n");
+    auto outcome = runProgram("zal-host", {"--pipeline", pipeline, "--duration", "1.5"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_TRUE(
+        outcome.out.contains("Success  create-group g\nSuccess  create g src streamplugin.Source "
+                             "--stream data=inproc://w\n"))
+        << outcome.out.toStdString();
+    EXPECT_TRUE(outcome.out.contains("\rg/src: sent=0   g/sink: count=0   "))
+        << "both watches share one line";
+    EXPECT_TRUE(outcome.out.contains("summary g/src: sent=0\nsummary g/sink: count=0\n"))
+        << outcome.out.toStdString();
+
+    // A watched parameter that does not exist stops the pipeline at its line.
+    const QString wrong = write("wrong.pipeline", "create-group g\ncreate g b QtBridge\nwatch g b nothing\n");
+    outcome = runProgram("zal-host", {"--pipeline", wrong, "--duration", "5"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(wrong + ":3: Error: Cannot get parameter: nothing"))
+        << outcome.err.toStdString();
 }

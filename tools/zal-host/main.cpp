@@ -10,7 +10,6 @@
 #include <memory>
 #include <optional>
 
-#include "commandbinding.h"
 #include "hostconfiguration.h"
 #include "pipelinefile.h"
 #include "pipelinerunner.h"
@@ -221,7 +220,7 @@ int serve(QCoreApplication& app, const std::string& frontend, const Options& opt
           const PipelineFile& pipeline, QTextStream& out, QTextStream& err) {
     // Destroyed on return: its sockets must be closed before the context goes, or terminating
     // the context waits forever.
-    PipelineRunner runner(frontend, makeCommandExecutor(frontend), out);
+    PipelineRunner runner(frontend, out);
     QString error;
     if (!runner.run(pipeline, error)) {
         err << "zal-host: " << error << "\n";

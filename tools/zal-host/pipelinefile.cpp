@@ -5,6 +5,7 @@
 #include "zal/transport/constants.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/linesplitter.h"
+#include "zaltools/parameterpoll.h"
 
 PipelineFile::Problem PipelineFile::read(const QString& filePath, QString& error) {
     path = filePath;
@@ -31,23 +32,16 @@ QString PipelineFile::place(const PipelineLine& line) const {
     return QStringLiteral("%1:%2").arg(path).arg(line.number);
 }
 
-QString PipelineFile::watchUsage() {
-    return QStringLiteral("usage: watch GROUP PROCESSOR PARAM[,PARAM...]");
-}
-
-QString PipelineFile::tapUsage() {
-    return QStringLiteral("usage: tap GROUP BRIDGE");
-}
-
 QString PipelineFile::check(const QStringList& words) {
-    if (words.front() == QLatin1String("watch")) {
-        return words.size() == 4 ? QString() : watchUsage();
-    }
     if (words.front() == QLatin1String("tap")) {
-        return words.size() == 3 ? QString() : tapUsage();
+        return words.size() == 3 ? QString() : QStringLiteral("usage: tap GROUP BRIDGE");
     }
     try {
-        zaltools::CommandParser(zal::internalAddressPrefixDefault).parse(words);
+        if (words.front() == QLatin1String("watch")) {
+            zaltools::ParameterPoll{words};
+        } else {
+            zaltools::CommandParser(zal::internalAddressPrefixDefault).parse(words);
+        }
     } catch (const std::exception& e) {
         return QString::fromUtf8(e.what());
     }

@@ -24,9 +24,6 @@ public:
     // "FILE:LINE", where messages about a line say it happened.
     QString place(const PipelineLine& line) const;
 
-    static QString watchUsage();
-    static QString tapUsage();
-
 private:
     // Empty when the words can run; otherwise what is wrong with them.
     static QString check(const QStringList& words);

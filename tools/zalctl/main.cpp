@@ -3,8 +3,12 @@
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <optional>
 
 #include "zal/transport/constants.h"
@@ -12,6 +16,7 @@
 #include "zaltools/commandparser.h"
 #include "zaltools/commandrunner.h"
 #include "zaltools/exitstatus.h"
+#include "zaltools/parameterpoll.h"
 
 namespace {
 
@@ -45,6 +50,9 @@ QString helpText() {
                "\n"
                "Commands:\n"
                "  %3\n"
+               "  watch GROUP PROCESSOR PARAM[,PARAM...] [--count N]\n"
+               "      asks for those parameters once a second and prints them, a line a round, until\n"
+               "      Ctrl-C or N rounds; a parameter the processor does not give ends it at once\n"
                "  keygen [--public-file FILE] [--secret-file FILE]\n"
                "      makes a CURVE key pair, prints it and writes the key files asked for (never over an\n"
                "      existing file; the secret one readable by its owner only)\n"
@@ -286,16 +294,8 @@ void useCurve(const CurveOptions& curve, zaltools::CommandRunner& runner) {
     runner.useCurve(server, client);
 }
 
-int run(const Options& options, const QStringList& words) {
-    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, options.xml);
-    if (options.curve.any()) {
-        try {
-            useCurve(options.curve, runner);
-        } catch (const zal::CurveKeyError& e) {
-            return usage(QString::fromStdString(e.what()));
-        }
-    }
-    const zaltools::CommandResult result = runner.execute(words);
+// Shows a command's result as zalctl shows every reply; its exit status.
+int report(const zaltools::CommandResult& result) {
     switch (result.outcome) {
         case zaltools::Outcome::BadUsage:
             return usage(result.text);
@@ -307,6 +307,97 @@ int run(const Options& options, const QStringList& words) {
             print(stdout, result.text);
     }
     return static_cast<int>(result.status());
+}
+
+// Applies the options' CURVE keys to the runner; an exit status when they cannot be used.
+std::optional<int> useOptions(const Options& options, zaltools::CommandRunner& runner) {
+    if (options.curve.any()) {
+        try {
+            useCurve(options.curve, runner);
+        } catch (const zal::CurveKeyError& e) {
+            return usage(QString::fromStdString(e.what()));
+        }
+    }
+    return std::nullopt;
+}
+
+int run(const Options& options, const QStringList& words) {
+    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, options.xml);
+    if (const std::optional<int> status = useOptions(options, runner)) {
+        return *status;
+    }
+    return report(runner.execute(words));
+}
+
+// Set by SIGINT, which ends a watch after its current round.
+volatile std::sig_atomic_t interrupted = 0;
+
+void onInterrupt(int) {
+    interrupted = 1;
+}
+
+// Takes "--count N" (or --count=N) out of the words; an exit status when N is no positive number.
+std::optional<int> takeCount(QStringList& words, int& count) {
+    for (qsizetype i = 0; i < words.size(); ++i) {
+        if (words[i] != QLatin1String("--count") && !words[i].startsWith(QLatin1String("--count="))) {
+            continue;
+        }
+        const bool inlineValue = words[i].contains(QLatin1Char('='));
+        const QString value = inlineValue ? words[i].section(QLatin1Char('='), 1) : words.value(i + 1);
+        words.remove(i, inlineValue ? 1 : std::min<qsizetype>(2, words.size() - i));
+        bool number = false;
+        count = value.toInt(&number);
+        if (!number || count <= 0) {
+            return usage(
+                QStringLiteral("watch: --count '%1' is not a positive number of rounds.").arg(value));
+        }
+        return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+// A round once a second until SIGINT or `--count` rounds. The first round must find every
+// parameter, or the watch ends with the failed get's output and status; later, a value that does
+// not come shows as "?".
+int watch(const Options& options, QStringList words) {
+    int count = 0;
+    if (const std::optional<int> status = takeCount(words, count)) {
+        return *status;
+    }
+    std::optional<zaltools::ParameterPoll> poll;
+    try {
+        poll.emplace(words);
+    } catch (const zaltools::UsageError& e) {
+        return usage(QString::fromUtf8(e.what()));
+    }
+    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs);
+    if (const std::optional<int> status = useOptions(options, runner)) {
+        return *status;
+    }
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    timespec next = {};
+    clock_gettime(CLOCK_MONOTONIC, &next);
+    for (int round = 0; !interrupted && (count == 0 || round < count); ++round) {
+        std::optional<zaltools::CommandResult> failed;
+        const QString line = poll->round(runner, failed);
+        if (interrupted) {
+            break;  // the round may have been cut short
+        }
+        if (round == 0 && failed) {
+            return report(*failed);
+        }
+        print(stdout, line);
+        std::fflush(stdout);
+        ++next.tv_sec;
+        // SIGINT ends the wait at once; any other interruption waits on.
+        while ((count == 0 || round + 1 < count) && !interrupted &&
+               clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr) == EINTR) {
+        }
+    }
+    return static_cast<int>(ExitStatus::Success);
 }
 
 }  // namespace
@@ -323,6 +414,9 @@ int main(int argc, char** argv) {
     }
     if (arguments[at] == QLatin1String("keygen")) {
         return keygen(arguments.mid(at + 1));
+    }
+    if (arguments[at] == QLatin1String("watch")) {
+        return watch(options, arguments.mid(at));
     }
     return run(options, arguments.mid(at));
 }
