@@ -73,17 +73,18 @@ QString helpText() {
                "      a CURVE key or key file that cannot be used\n"
                "  73  keygen could not write a key file\n"
                "\n"
-               "Examples:\n"
+               "Examples (a host to try them on first):\n"
+               "  zal-host --listen tcp://127.0.0.1:5555 &\n"
                "  zalctl -e tcp://127.0.0.1:5555 create-group g1\n"
-               "  zalctl create g1 gen demo.Generator --stream out=tcp://127.0.0.1:*\n"
+               "  zalctl create g1 gen demo.Generator --stream numbers=tcp://127.0.0.1:*\n"
                "  zalctl create g1 counter demo.Counter\n"
-               "  zalctl connect g1 counter --stream-name out --filter t1\n"
+               "  zalctl connect g1 counter numbers --filter demo\n"
                "  zalctl set g1 gen rate 1000\n"
-               "  zalctl get g1 counter count\n"
+               "  zalctl get g1 counter messages\n"
+               "  zalctl watch g1 counter messages,rate --count 3\n"
                "  zalctl --xml streams g1 gen\n"
-               "  ZAL_ENDPOINT=tcp://10.0.0.5:5555 zalctl groups\n"
-               "  zalctl keygen --public-file client.pub --secret-file client.secret\n"
-               "  zalctl --curve-server-key-file server.pub --curve-secret-key-file client.secret groups\n")
+               "  ZAL_ENDPOINT=tcp://127.0.0.1:5555 zalctl groups\n"
+               "  zalctl keygen --public-file client.pub --secret-file client.secret\n")
         .arg(QLatin1String(defaultEndpoint))
         .arg(zal::socketDefaultTimeout)
         .arg(commands);
