@@ -24,6 +24,20 @@ using zaltools::ExitStatus;
 
 const char* const defaultEndpoint = "tcp://127.0.0.1:5555";
 
+// Each works as written, in this order, against the host of the first (a test runs them).
+const char* const examples =
+    "  zal-host --listen tcp://127.0.0.1:5555 &\n"
+    "  zalctl -e tcp://127.0.0.1:5555 create-group g1\n"
+    "  zalctl create g1 gen demo.Generator --stream numbers=tcp://127.0.0.1:*\n"
+    "  zalctl create g1 counter demo.Counter\n"
+    "  zalctl connect g1 counter numbers --filter demo\n"
+    "  zalctl set g1 gen rate 1000\n"
+    "  zalctl get g1 counter messages\n"
+    "  zalctl watch g1 counter messages,rate --count 3\n"
+    "  zalctl --xml streams g1 gen\n"
+    "  ZAL_ENDPOINT=tcp://127.0.0.1:5555 zalctl groups\n"
+    "  zalctl keygen --public-file client.pub --secret-file client.secret\n";
+
 QString helpText() {
     QString commands = zaltools::CommandParser::synopsis();
     commands.replace(QLatin1Char('\n'), QLatin1String("\n  "));
@@ -73,21 +87,10 @@ QString helpText() {
                "      a CURVE key or key file that cannot be used\n"
                "  73  keygen could not write a key file\n"
                "\n"
-               "Examples (a host to try them on first):\n"
-               "  zal-host --listen tcp://127.0.0.1:5555 &\n"
-               "  zalctl -e tcp://127.0.0.1:5555 create-group g1\n"
-               "  zalctl create g1 gen demo.Generator --stream numbers=tcp://127.0.0.1:*\n"
-               "  zalctl create g1 counter demo.Counter\n"
-               "  zalctl connect g1 counter numbers --filter demo\n"
-               "  zalctl set g1 gen rate 1000\n"
-               "  zalctl get g1 counter messages\n"
-               "  zalctl watch g1 counter messages,rate --count 3\n"
-               "  zalctl --xml streams g1 gen\n"
-               "  ZAL_ENDPOINT=tcp://127.0.0.1:5555 zalctl groups\n"
-               "  zalctl keygen --public-file client.pub --secret-file client.secret\n")
+               "Examples (a host to try them on first):\n%4")
         .arg(QLatin1String(defaultEndpoint))
         .arg(zal::socketDefaultTimeout)
-        .arg(commands);
+        .arg(commands, QLatin1String(examples));
 }
 
 void print(std::FILE* stream, const QString& text) {
