@@ -19,7 +19,7 @@ PipelineFile::Problem PipelineFile::read(const QString& filePath, QString& error
          zaltools::LineSplitter::splitScript(QString::fromUtf8(file.readAll()))) {
         const QString problem = line.split ? check(line.words) : line.error;
         if (!problem.isEmpty()) {
-            error = QStringLiteral("%1:%2: %3").arg(path).arg(line.number).arg(problem);
+            error = place({line.number, {}}) + QStringLiteral(": ") + problem;
             content.clear();
             return Problem::BadLine;
         }
