@@ -68,12 +68,22 @@ std::int64_t readMaxMessageSize(const ICfg& cfg) {
 
 EnvironmentDll::EnvironmentDll(const QString& name) : name(name) {}
 
+const QStringList& EnvironmentDll::configurationKeys() {
+    static const QStringList keys = {
+        QStringLiteral("EnvironmentAddress"),   QStringLiteral("RouterDropMalformed"),
+        QStringLiteral("RouterMaxMessageSize"), QStringLiteral("CurveSecretKey"),
+        QStringLiteral("CurveSecretKeyFile"),   QStringLiteral("CurveAuthorizedKeysFile")};
+    return keys;
+}
+
 EnvironmentDll::~EnvironmentDll() = default;
 
 bool EnvironmentDll::Execute(int, char**) {
+    lastError.clear();
     try {
         std::unique_ptr<ICfg> cfg = CfgCenter::CreateCfg(name, configurationView, QString());
         if (!cfg) {
+            lastError = QStringLiteral("Invalid configuration of EnvironmentDll");
             if (ErrorHandler::isTracing()) {
                 _Q_Trace(QStringLiteral("Invalid configuration of EnvironmentDll"), "environmentdll", 31);
             }
@@ -92,11 +102,13 @@ bool EnvironmentDll::Execute(int, char**) {
         environment = std::make_unique<Environment>(address, routerOptions);
         return true;
     } catch (const std::exception& e) {
+        lastError = QString::fromUtf8(e.what());
         if (ErrorHandler::isTracing()) {
             _Q_Trace(QStringLiteral("Caught unknown exception in EnvironmentDll::Execute\n%1").arg(e.what()),
                      "environmentdll", __LINE__);
         }
     } catch (...) {
+        lastError = QStringLiteral("An unknown exception was thrown");
         if (ErrorHandler::isTracing()) {
             _Q_Trace(QStringLiteral("Caught unknown exception in EnvironmentDll::Execute"), "environmentdll",
                      __LINE__);

@@ -1,4 +1,5 @@
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMap>
 #include <QSettings>
@@ -11,6 +12,24 @@ namespace {
 QMap<QString, QString>& hostDefaults() {
     static QMap<QString, QString> defaults;
     return defaults;
+}
+
+QMap<QString, QString>& hostOverrides() {
+    static QMap<QString, QString> overrides;
+    return overrides;
+}
+
+// QSettings skips what it cannot read without saying which line, and takes a "# note" line with an
+// '=' in it for a key: both would pass unnoticed. (INI comments start with ';'.)
+bool isWellFormed(const QString& line) {
+    if (line.isEmpty() || line.startsWith(QLatin1Char(';'))) {
+        return true;
+    }
+    if (line.startsWith(QLatin1Char('['))) {
+        return line.endsWith(QLatin1Char(']')) && !line.mid(1, line.size() - 2).trimmed().isEmpty();
+    }
+    const qsizetype equals = line.indexOf(QLatin1Char('='));
+    return equals > 0 && !line.startsWith(QLatin1Char('#')) && !line.left(equals).trimmed().isEmpty();
 }
 
 // Values of one INI file; keys outside any [section] are read as given.
@@ -41,11 +60,16 @@ public:
                  text == QLatin1String("no") || text == QLatin1String("off"));
     }
     QString source() const override { return path; }
+    QStringList keys() const override { return settings ? settings->allKeys() : QStringList(); }
     bool isReadable() const { return !settings || settings->status() == QSettings::NoError; }
 
 private:
-    // The file's value, else the host's default, else an invalid variant.
+    // The host's override, else the file's value, else the host's default, else an invalid variant.
     QVariant find(const QString& key) const {
+        const auto forced = hostOverrides().constFind(key);
+        if (forced != hostOverrides().constEnd()) {
+            return *forced;
+        }
         if (settings && settings->contains(key)) {
             return settings->value(key);
         }
@@ -57,10 +81,43 @@ private:
     std::unique_ptr<QSettings> settings;
 };
 
+std::unique_ptr<ICfg> readable(const QString& path) {
+    QString line;
+    if (CfgCenter::FindMalformedLine(path, line) != 0) {
+        return nullptr;
+    }
+    auto cfg = std::make_unique<IniCfg>(path);
+    return cfg->isReadable() ? std::move(cfg) : nullptr;
+}
+
 }  // namespace
 
 void CfgCenter::SetDefault(const QString& key, const QString& value) {
     hostDefaults().insert(key, value);
+}
+
+void CfgCenter::SetOverride(const QString& key, const QString& value) {
+    hostOverrides().insert(key, value);
+}
+
+int CfgCenter::FindMalformedLine(const QString& path, QString& line) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        return 0;
+    }
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    for (qsizetype at = 0; at < lines.size(); ++at) {
+        const int number = static_cast<int>(at) + 1;
+        QString joined = lines[at].trimmed();
+        while (joined.endsWith(QLatin1Char('\\')) && at + 1 < lines.size()) {
+            joined = joined.chopped(1) + lines[++at].trimmed();
+        }
+        if (!isWellFormed(joined)) {
+            line = lines[number - 1].trimmed();
+            return number;
+        }
+    }
+    return 0;
 }
 
 std::unique_ptr<ICfg> CfgCenter::CreateCfg(const QString& name, int /*view*/, const QString& /*extra*/) {
@@ -70,9 +127,8 @@ std::unique_ptr<ICfg> CfgCenter::CreateCfg(const QString& name, int /*view*/, co
         if (!file.isFile() || !file.isReadable()) {
             return nullptr;
         }
-        auto cfg = std::make_unique<IniCfg>(file.absoluteFilePath());
-        return cfg->isReadable() ? std::move(cfg) : nullptr;
+        return readable(file.absoluteFilePath());
     }
     const QString beside = QDir(zal::applicationDirectory()).absoluteFilePath(name + QStringLiteral(".ini"));
-    return std::make_unique<IniCfg>(QFileInfo(beside).isReadable() ? beside : QString());
+    return QFileInfo(beside).isReadable() ? readable(beside) : std::make_unique<IniCfg>(QString());
 }

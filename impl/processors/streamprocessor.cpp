@@ -55,8 +55,14 @@ StreamProcessor::StreamProcessor(const std::string& name, const std::string& gro
 
 StreamProcessor::StreamProcessor(const zalmsg::Processor& processor, const std::string& name,
                                  const std::string& group, const std::string& prefix)
+    : StreamProcessor(processor, name, group, prefix, Output::Required) {}
+
+StreamProcessor::StreamProcessor(const zalmsg::Processor& processor, const std::string& name,
+                                 const std::string& group, const std::string& prefix, Output output)
     : ProcessorBase(processor, name, group, prefix) {
-    checkDataStreamConfig();
+    if (output == Output::Required || hasOutputStream()) {
+        checkDataStreamConfig();
+    }
 }
 
 StreamProcessor::~StreamProcessor() {
@@ -77,7 +83,12 @@ void StreamProcessor::checkDataStreamConfig() {
 }
 
 std::string StreamProcessor::getDataStreamName() {
-    return static_cast<const zalmsg::Processor&>(processor).GetDataStream().front().GetName().toStdString();
+    const auto& streams = static_cast<const zalmsg::Processor&>(processor).GetDataStream();
+    return streams.isEmpty() ? std::string() : streams.front().GetName().toStdString();
+}
+
+bool StreamProcessor::hasOutputStream() const {
+    return !static_cast<const zalmsg::Processor&>(processor).GetDataStream().isEmpty();
 }
 
 bool StreamProcessor::initialize() {
@@ -90,13 +101,14 @@ bool StreamProcessor::initialize() {
     dataHandler = std::make_unique<ContainedDataHandler>(*this, getEndpointString());
     inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(
         inputTemplate.get(), dataHandler.get());
-    outputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::pub);
-    output = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
-    const std::string owner = getEndpointString();
-    DataStreamInitializer(owner, name, *getNameServiceClient())
-        .initialize(*outputSocket, processor.GetDataStream().front());
-    streamRegistered = true;
-    ConfigTool::setStreamRunning(processor, QString::fromStdString(getDataStreamName()), active);
+    if (hasOutputStream()) {
+        outputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::pub);
+        output = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
+        DataStreamInitializer(getEndpointString(), name, *getNameServiceClient())
+            .initialize(*outputSocket, processor.GetDataStream().front());
+        streamRegistered = true;
+        ConfigTool::setStreamRunning(processor, QString::fromStdString(getDataStreamName()), active);
+    }
     inputSocketIndex = reader.addSocket(*inputSocket, ZMQ_POLLIN);
     return true;
 }
@@ -154,14 +166,18 @@ bool StreamProcessor::stop(const QString& streamName) {
 bool StreamProcessor::setRunning(const QString& streamName, bool running) {
     const QString own = QString::fromStdString(getDataStreamName());
     if (!streamName.isEmpty() && streamName != own && !connectedStreams.contains(streamName)) {
-        return refuse(QStringLiteral("no stream '%1' here; this processor publishes '%2'%3")
-                          .arg(streamName, own,
-                               connectedStreams.isEmpty()
-                                   ? QString()
-                                   : QStringLiteral(" and reads '%1'").arg(connectedStreams.join("', '"))));
+        const QString publishes =
+            own.isEmpty() ? QStringLiteral("publishes nothing") : QStringLiteral("publishes '%1'").arg(own);
+        const QString reads = connectedStreams.isEmpty()
+                                  ? QString()
+                                  : QStringLiteral(" and reads '%1'").arg(connectedStreams.join("', '"));
+        return refuse(
+            QStringLiteral("no stream '%1' here; this processor %2%3").arg(streamName, publishes, reads));
     }
     active = running;
-    ConfigTool::setStreamRunning(processor, own, running);
+    if (!own.isEmpty()) {
+        ConfigTool::setStreamRunning(processor, own, running);
+    }
     return true;
 }
 

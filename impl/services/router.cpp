@@ -1,5 +1,7 @@
 #include "zal/services/router.h"
 
+#include <stdexcept>
+
 #include "zal/platform/errorhandler.h"
 #include "zal/services/zaphandler.h"
 #include "zal/transport/constants.h"
@@ -27,6 +29,17 @@ QString printableIdentity(const QByteArray& identity) {
         }
     }
     return QString::fromLatin1(text);
+}
+
+// A failed bind says where, since it ends the start of the whole system: a port in use reads
+// "tcp://127.0.0.1:5555: Address already in use".
+void bindSaying(zmq::socket_t& socket, std::string& address) {
+    const std::string asked = address;
+    try {
+        ZmqHelper::bindSocket(socket, address);
+    } catch (const zmq::error_t& e) {
+        throw std::runtime_error(asked + ": " + e.what());
+    }
 }
 
 }  // namespace
@@ -74,11 +87,11 @@ bool Router::initialize() {
                                               externalRouterSocket.get(), onMalformed);
     externalClient = std::make_unique<Client>(externalRouterSocket.get(), externalHandler.get(),
                                               internalRouterSocket.get(), onMalformed);
-    ZmqHelper::bindSocket(*internalSocket, internalAddress);
-    ZmqHelper::bindSocket(*externalSocket, *frontendAddress);
+    bindSaying(*internalSocket, internalAddress);
+    bindSaying(*externalSocket, *frontendAddress);
     if (!options.curveSecretKey.empty() && *frontendAddress != routerFrontendAddressDefault) {
         std::string inProcess = routerFrontendAddressDefault;
-        ZmqHelper::bindSocket(*externalSocket, inProcess);
+        bindSaying(*externalSocket, inProcess);
     }
     internalIndex = reader.addSocket(*internalSocket, ZMQ_POLLIN);
     externalIndex = reader.addSocket(*externalSocket, ZMQ_POLLIN);

@@ -3,7 +3,7 @@
 namespace demo {
 
 Counter::Counter(const zal::ProcessorInfo& info)
-    : StreamProcessor(info.processor, info.name, info.group, info.prefix) {}
+    : StreamProcessor(info.processor, info.name, info.group, info.prefix, Output::Optional) {}
 
 void Counter::handleMessage(zal::ByteStreamMessage& message, zal::ZmqByteStreamInSocket*) {
     if (!active) {

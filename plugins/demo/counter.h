@@ -10,7 +10,8 @@ namespace demo {
 
 // Parameters: "messages", "bytes" (payload bytes, topics not included) and "rate" (messages per
 // second over the last window of at least one second) are read only; setting "reset" (any value)
-// zeroes them. Counts nothing while stopped.
+// zeroes them. Counts nothing while stopped. Publishes nothing: a data stream in its configuration is
+// bound and registered, but none is needed.
 class Counter : public zal::StreamProcessor {
 public:
     explicit Counter(const zal::ProcessorInfo& info);

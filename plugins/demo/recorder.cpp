@@ -13,7 +13,8 @@ constexpr int flushMilliseconds = 200;
 }  // namespace
 
 Recorder::Recorder(const zal::ProcessorInfo& info)
-    : StreamProcessor(info.processor, info.name, info.group, info.prefix), directory(QDir::currentPath()) {
+    : StreamProcessor(info.processor, info.name, info.group, info.prefix, Output::Optional),
+      directory(QDir::currentPath()) {
     enableIdleProcessing(flushMilliseconds);
 }
 

@@ -17,7 +17,7 @@ namespace demo {
 // parameter may name the file: a plain file name inside "directory" (no '/', no ".."); empty, the
 // name is made up. Files are never overwritten. Records nothing while stopped. Written records
 // reach the disk within a fraction of a second, so a recorder killed mid-write leaves a file that
-// reads up to its last whole record.
+// reads up to its last whole record. Like the counter, it needs no data stream of its own.
 class Recorder : public zal::StreamProcessor {
 public:
     explicit Recorder(const zal::ProcessorInfo& info);

@@ -72,3 +72,31 @@ TEST_F(ConfigEnvironment, InstanceFileBesideTheProgramElseTheHostsDefaultsElseTh
     EXPECT_FALSE(configured("off.ini", "HostDefaultFlag=off\n")->readBool("HostDefaultFlag", true))
         << "an explicit off wins over the host's on";
 }
+
+TEST_F(ConfigEnvironment, AMalformedLineRefusesTheFileAndAnOverrideWinsOverIt) {
+    const QString path = dir.filePath("zal.ini");
+    qputenv("ZAL_CONFIG", path.toLocal8Bit());
+    QString text;
+    const std::pair<QByteArray, int> files[] = {
+        {"; comment\n\n[General]\nKey = a \\\n  continued\nOther=\n", 0},
+        {"Key=1\n[\n", 2},
+        {"Key=1\nno equals sign\n", 2},
+        {"# note=1\n", 1},
+        {"=1\n", 1},
+    };
+    for (const auto& [content, line] : files) {
+        writeFile(path, content);
+        EXPECT_EQ(CfgCenter::FindMalformedLine(path, text), line) << content.toStdString();
+        EXPECT_EQ(CfgCenter::CreateCfg("anything", 2, "") == nullptr, line != 0) << content.toStdString();
+    }
+    writeFile(path, "Key=1\nno equals sign\n");
+    CfgCenter::FindMalformedLine(path, text);
+    EXPECT_EQ(text, "no equals sign");
+
+    writeFile(path, "OverriddenKey=file\nUnknown=1\n");
+    CfgCenter::SetOverride("OverriddenKey", "command line");
+    auto cfg = CfgCenter::CreateCfg("anything", 2, "");
+    ASSERT_TRUE(cfg);
+    EXPECT_EQ(cfg->readString("OverriddenKey", "reader"), "command line");
+    EXPECT_EQ(cfg->keys(), (QStringList{"OverriddenKey", "Unknown"}));
+}

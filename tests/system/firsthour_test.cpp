@@ -45,7 +45,8 @@ TEST_F(FirstHour, ARefusedCreateLeavesTheStreamOfItsNameToItsOwner) {
               Message::ResultType::Success);
     const Message refused = create("demo.Generator", "b", "s", "inproc://first/b");
     EXPECT_EQ(refused.GetResultType(), Message::ResultType::Error);
-    EXPECT_TRUE(refused.GetMessageText().contains("'s' already exists")) << refused.GetMessageText().toStdString();
+    EXPECT_TRUE(refused.GetMessageText().contains("'s' already exists"))
+        << refused.GetMessageText().toStdString();
 
     const Message resolved = client.succeed(names, Helper::makeResolveStreamMessage("s"));
     EXPECT_EQ(resolved.GetProcessorName(), "a");
@@ -87,4 +88,26 @@ TEST_F(FirstHour, StreamsReportWhetherTheyRunAndUnknownNamesAreRefused) {
     client.succeed(at("counter"), Helper::makeConnectStreamMessage("numbers", "inproc://first/numbers", ""));
     client.succeed(at("counter"), Helper::makeStopStreamMessage("numbers"));
     EXPECT_FALSE(streams("counter")[0].GetRunning());
+}
+
+TEST_F(FirstHour, ConsumersNeedNoStreamOfTheirOwnWhileProducersDo) {
+    const auto bare = [&](const std::string& type, const std::string& name) {
+        return client.request(group, Helper::makeCreateProcessorMessage(type, name, zalmsg::Processor()));
+    };
+    for (const std::string type : {"demo.Generator", "demo.Player"}) {
+        EXPECT_TRUE(bare(type, "bare").GetMessageText().contains("No data stream configuration available"));
+    }
+    ASSERT_EQ(bare("demo.Counter", "counter").GetResultType(), Message::ResultType::Success);
+    ASSERT_EQ(bare("demo.Recorder", "recorder").GetResultType(), Message::ResultType::Success);
+    EXPECT_TRUE(streams("counter").isEmpty());
+
+    create("demo.Generator", "gen", "numbers", "inproc://first/bare");
+    client.succeed(at("counter"), Helper::makeConnectStreamMessage("numbers", "inproc://first/bare", ""));
+    EXPECT_EQ(client.refusal(at("counter"), Helper::makeStopStreamMessage("nosuch")),
+              "Cannot stop stream: nosuch (no stream 'nosuch' here; this processor publishes nothing and "
+              "reads 'numbers')");
+    client.succeed(at("counter"), Helper::makeStopStreamMessage("numbers"));
+    client.succeed(group, Helper::makeDeleteProcessorMessage("counter"));
+    EXPECT_EQ(client.succeed(names, Helper::makeResolveStreamMessage("numbers")).GetProcessorName(), "gen")
+        << "a consumer without a stream deregisters nothing when it goes";
 }

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <chrono>
+#include <csignal>
 #include <future>
 
 #include "support/program.h"
@@ -13,6 +15,7 @@
 #include "zal/host/environment.h"
 #include "zal/msg/configtool.h"
 #include "zal/msg/controlmessagehelper.h"
+#include "zal/platform/applicationdirectory.h"
 #include "zal/transport/curvekeys.h"
 #include "zal/transport/zmqhelper.h"
 
@@ -56,9 +59,10 @@ void expectSteps(const QString& endpoint, std::initializer_list<Step> steps) {
 
 class Zalctl : public ::testing::Test {
 protected:
+    Outcome run(const QString& line) { return zalctl("-e " + frontend + " " + line); }
     // The output of a command that must succeed.
     QString ok(const QString& line) {
-        const Outcome r = zalctl("-e " + frontend + " " + line);
+        const Outcome r = run(line);
         EXPECT_EQ(r.status, 0) << line.toStdString() << "\n" << r.out.toStdString() << r.err.toStdString();
         EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
         return r.out;
@@ -120,8 +124,8 @@ TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
          {"processors g", 0, "Success\nbridge\nsink\nsrc\n"},
          {"delete g bridge", 0, "Success\n"},
          {"delete g bridge", 2, "Error: A processor with the name 'bridge' does not exists.\n"},
-         {"--timeout 300 list g bridge", 3, ""},
-         {"--timeout 300 get nogroup p x", 3, ""},
+         {"--timeout 300 list g bridge", 2, ""},
+         {"--timeout 300 get nogroup p x", 2, ""},
          {"streams g sink", 0, "Success\nsunk  inproc://ctl/a,inproc://ctl/b  running\n"},
          {"sources g sink", 0,
           "Success\ninproc://ctl/in  filters: t1,t2\ntcp://[::1]:7000  filters: (all)\n"},
@@ -242,10 +246,8 @@ TEST(ZalctlExit, SilenceWarningsAndUnreadableRepliesHaveStatusesOfTheirOwn) {
     const Outcome silent = zalctl(e + "--timeout 300 groups");
     EXPECT_EQ(silent.status, 3);
     EXPECT_TRUE(silent.out.isEmpty());
-    EXPECT_EQ(silent.err,
-              "zalctl: Time-out: Socket timeout 300ms: " + QString::fromStdString(endpoint) +
-                  " (no reply from inproc://zal; nothing listens at the endpoint, or that group or "
-                  "processor does not exist)\n");
+    EXPECT_EQ(silent.err, "zalctl: Time-out: Socket timeout 300ms: " + QString::fromStdString(endpoint) +
+                              " (no reply from inproc://zal; nothing listens at the endpoint)\n");
     const zal::CurveKeys::Pair client = zal::CurveKeys::generate();
     const Outcome curve =
         zalctl(e + "--timeout 300 --curve-server-key " + QString::fromStdString(client.publicKey) +
@@ -307,4 +309,69 @@ TEST(ZalctlCurve, KeygenPrintsAPairAndWritesKeyFilesButNeverOverAnExistingOne) {
     EXPECT_TRUE(again.err.contains("exists")) << again.err.toStdString();
     EXPECT_EQ(zal::CurveKeys::readSingleKey(secret), writtenSecret) << "the old key is untouched";
     EXPECT_FALSE(QFile::exists(fresh)) << "no half pair is left behind";
+}
+
+// The router drops a request for a name nobody has; zalctl then asks the group manager and the
+// group, and names the mistake instead of reporting a dead host.
+TEST_F(Zalctl, ANameThatDoesNotExistIsNamedAndOnlySilenceIsATimeOut) {
+    ok("create-group g1");
+    ok("create g1 gen testplugin.Source --stream data=inproc://zalctl/names");
+    ok("create g1 counter testplugin.Sink --stream held=inproc://zalctl/held");
+    const QString noProcessor =
+        "zalctl: no processor 'nosuchproc' in group 'g1' (processors: counter, gen)\n";
+    const QString noGroup = "zalctl: no group 'nosuchgroup' (groups: g1)\n";
+    const std::pair<QString, QString> mistakes[] = {
+        {"processors nosuchgroup", noGroup},
+        {"resolve nosuchgroup data", noGroup},
+        {"get g1 nosuchproc rate", noProcessor},
+        {"connect g1 nosuchproc data", "zalctl: " + noProcessor.mid(8)},
+    };
+    for (const auto& [line, error] : mistakes) {
+        const Outcome r = run("--timeout 500 " + line);
+        EXPECT_EQ(r.status, 2) << line.toStdString();
+        EXPECT_EQ(r.err, error) << line.toStdString();
+        EXPECT_TRUE(r.out.isEmpty()) << r.out.toStdString();
+    }
+
+    // A processor that exists but is held up stays a time-out, and says so.
+    auto held = std::async(std::launch::async, [this] {
+        return run("--timeout 20000 set g1 counter block inproc://zalctl/release").status;
+    });
+    Outcome busy;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while ((busy = run("--timeout 500 get g1 counter count")).status == 0 &&
+           std::chrono::steady_clock::now() < deadline) {
+    }
+    EXPECT_EQ(busy.status, 3);
+    EXPECT_TRUE(
+        busy.err.endsWith("(no reply from inproc://zal/g1/counter; processor 'counter' in group 'g1' "
+                          "exists but did not answer in time: it is busy)\n"))
+        << busy.err.toStdString();
+    zmq::socket_t release = zaltest::makeSocket(zmq::socket_type::push);
+    release.connect("inproc://zalctl/release");
+    release.send(zmq::str_buffer("go"));
+    EXPECT_EQ(held.get(), 0);
+}
+
+TEST_F(Zalctl, WatchPrintsARoundASecondUntilInterruptedAndRefusesAParameterThatDoesNotExist) {
+    ok("create-group g");
+    ok("create g src testplugin.Source --stream data=inproc://zalctl/watched");
+    ok("create g sink testplugin.Sink --stream sunk=inproc://zalctl/watching");
+    Outcome r = run("watch g sink count,received --count 2");
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, "g/sink: count=0 received=\ng/sink: count=0 received=\n");
+
+    r = run("watch g src sent,nope");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_TRUE(r.out.startsWith("Error: Cannot get parameter: nope")) << r.out.toStdString();
+    EXPECT_EQ(run("watch g src").status, 64);
+
+    QProcess watch;
+    watch.start(zal::applicationDirectory() + "/zalctl", {"-e", frontend, "watch", "g", "src", "sent"});
+    ASSERT_TRUE(watch.waitForReadyRead(20000));
+    ::kill(static_cast<pid_t>(watch.processId()), SIGINT);
+    ASSERT_TRUE(watch.waitForFinished(20000));
+    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch.exitCode(), 0);
+    EXPECT_TRUE(watch.readAllStandardOutput().startsWith("g/src: sent=0\n"));
 }

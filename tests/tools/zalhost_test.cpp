@@ -5,8 +5,10 @@
 #include <QTemporaryDir>
 
 #include "recordingreader.h"
+#include "support/frontendclient.h"
 #include "support/program.h"
 #include "support/qtprinters.h"
+#include "zal/transport/constants.h"
 
 using zaltest::RunningProgram;
 using zaltest::runProgram;
@@ -33,6 +35,17 @@ protected:
 QString frontendOf(RunningProgram& host) {
     const QString line = host.awaitLine("frontend listening at ");
     return line.isNull() ? line : line.section(' ', -1);
+}
+
+// Whether the host still answers on a connection after a message there that the router cannot
+// read (two frames). One connection keeps its order, so the request is read after it.
+bool answersAfterMalformed(const QString& frontend, long timeoutMs) {
+    zaltest::FrontendClient client(frontend.toStdString());
+    client.sendRaw({"", "inproc://zal"});
+    client.send(
+        zal::internalAddressPrefixDefault,
+        zal::ControlMessageHelper::toPayload(zal::ControlMessageHelper::makeQueryProcessorGroupsMessage()));
+    return client.receive(timeoutMs).size() == 3;
 }
 
 // Topic and data of every message of a recording, in order.
@@ -95,16 +108,11 @@ TEST_F(ZalHost, ReportsEachOutcomeWithItsStatusAndReason) {
          pipeline("create-group g\n# line 4 fails\n\ncreate g x NoSuchType\ncreate-group unreached\n")},
         {2, ".pipeline:1: ", pipeline("create-group\n")},
         {2, ".pipeline:3: unterminated double quote", pipeline("\n  # indented\nset g p x \"open\n")},
-        {2, "absent.pipeline", {"--pipeline", dir.filePath("absent.pipeline")}},
         {66, "missing.ini", {"--config", dir.filePath("missing.ini")}},
         {64, "Unknown option 'bogus'.", {"--bogus"}},
         {64, "--duration", {"--duration", "-1"}},
         {0, "Exit status", {"--help"}},
         {1, "did not start", config("EnvironmentAddress=nonsense://x\n")},
-        // A parameter the bridge cannot give shows as "?" instead of stopping the host.
-        {0, "summary g/b: nothing=?",
-         pipeline("create-group g\ncreate g b QtBridge\nwatch g b nothing\n") +
-             QStringList{"--duration", "1.5"}},
         {0, "zal-host: WARNING: the frontend tcp://0.0.0.0:", config(open)},
         {0, "", config("EnvironmentAddress=tcp://127.0.0.1:*\n")},
         {0, "", config(open + "CurveSecretKeyFile=key.secret\nCurveAuthorizedKeysFile=nobody\n")},
@@ -142,8 +150,8 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
                                           "create g gen demo.Generator --stream numbers=inproc://numbers\n"
                                           "create g rec demo.Recorder --stream recorded=inproc://recorded\n"
                                           "set g rec directory \"%1\"\n"
-                                          "connect g rec numbers\n"
                                           "set g gen topic t\nset g gen size 40\nset g gen rate 500\n"
+                                          "connect g rec numbers\n"
                                           "record g rec first.zrec\n"
                                           "watch g rec recorded\n")
                                       .arg(dir.path())
@@ -245,4 +253,93 @@ TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
     EXPECT_EQ(runProgram("zalctl", {"--timeout", "1500", "-e", frontend, "groups"}).status, 3);
     EXPECT_EQ(withKeys("client.secret", {"create-group", "after"}).status, 0) << "the host kept serving";
     EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+}
+
+TEST_F(ZalHost, APipelineLineNamesAGroupOrProcessorThatDoesNotExist) {
+    const QString pipeline = write("typo.pipeline", "create-group g\nget g nosuch rate\n");
+    const auto outcome = runProgram("zal-host", {"--pipeline", pipeline});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(pipeline + ":2: no processor 'nosuch' in group 'g' (processors: none)"))
+        << outcome.err.toStdString();
+}
+
+TEST_F(ZalHost, ConfigurationAndPipelineMistakesAreNamedBeforeAnythingStarts) {
+    // A misspelt key is named with the nearest key the library reads; the host runs on.
+    auto outcome = runProgram(
+        "zal-host",
+        {"--config", write("typo.ini", "EnvironmentAdress=tcp://127.0.0.1:*\n"), "--duration", "0.2"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_TRUE(
+        outcome.err.contains("typo.ini: unknown key 'EnvironmentAdress' is ignored; did you mean "
+                             "'EnvironmentAddress'?"))
+        << outcome.err.toStdString();
+
+    const std::pair<QByteArray, int> malformed[] = {
+        {"EnvironmentAddress=tcp://127.0.0.1:*\n[\n", 2}, {"; fine\nno equals sign\n", 2}, {"# note=x\n", 1}};
+    for (const auto& [content, line] : malformed) {
+        const QString file = write("bad.ini", content);
+        outcome = runProgram("zal-host", {"--config", file});
+        EXPECT_EQ(outcome.status, 66) << content.toStdString();
+        EXPECT_TRUE(outcome.err.startsWith(QString("zal-host: %1:%2: ").arg(file).arg(line)))
+            << outcome.err.toStdString();
+    }
+
+    // A pipeline is read whole before the environment starts: nothing of it runs when a line is bad.
+    outcome = runProgram("zal-host", {"--pipeline", dir.filePath("absent.pipeline")});
+    EXPECT_EQ(outcome.status, 66);
+    EXPECT_TRUE(outcome.err.contains("absent.pipeline: cannot read pipeline")) << outcome.err.toStdString();
+    const QString late = write("late.pipeline", "create-group g\n\nwatch g p\n");
+    outcome = runProgram("zal-host", {"--pipeline", late});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(late + ":3: usage: watch GROUP PROCESSOR")) << outcome.err.toStdString();
+    EXPECT_FALSE(outcome.out.contains("frontend listening")) << outcome.out.toStdString();
+
+    // A frontend that cannot be bound: the reason, without any trace mask.
+    zmq::socket_t occupying = zaltest::makeSocket(zmq::socket_type::router);
+    std::string taken = "tcp://127.0.0.1:*";
+    zal::ZmqHelper::bindSocket(occupying, taken);
+    outcome = runProgram("zal-host", {"--listen", QString::fromStdString(taken)});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "zal-host: the environment did not start: " + QString::fromStdString(taken) +
+                               ": Address already in use\n");
+}
+
+TEST_F(ZalHost, ListenSetsTheFrontendOverTheConfigurationAndBothProgramsTellTheirVersion) {
+    RunningProgram host("zal-host",
+                        {"--config", write("inproc.ini", "EnvironmentAddress=inproc://zal/elsewhere\n"),
+                         "--listen", "tcp://127.0.0.1:*"});
+    const QString frontend = frontendOf(host);
+    ASSERT_TRUE(frontend.startsWith("tcp://127.0.0.1:")) << host.output().toStdString();
+    EXPECT_TRUE(answersAfterMalformed(frontend, 10000)) << "a tcp:// frontend drops malformed messages";
+    EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+
+    for (const QString program : {"zal-host", "zalctl"}) {
+        const auto version = runProgram(program, {"--version"});
+        EXPECT_EQ(version.status, 0);
+        EXPECT_EQ(version.out, program + " " ZAL_VERSION "\n");
+    }
+}
+
+TEST_F(ZalHost, PipelineOutputNamesEachCommandAndKeepsEveryWatch) {
+    const QString pipeline = write(
+        "watched.pipeline",
+        "create-group g\ncreate g src testplugin.Source --stream \"data=inproc://w\"\n"
+        "create g sink testplugin.Sink --stream sunk=inproc://ws\nwatch g src sent\nwatch g sink count\n");
+    auto outcome = runProgram("zal-host", {"--pipeline", pipeline, "--duration", "1.5"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err.toStdString();
+    EXPECT_TRUE(
+        outcome.out.contains("Success  create-group g\nSuccess  create g src testplugin.Source "
+                             "--stream data=inproc://w\n"))
+        << outcome.out.toStdString();
+    EXPECT_TRUE(outcome.out.contains("\rg/src: sent=0   g/sink: count=0   "))
+        << "both watches share one line";
+    EXPECT_TRUE(outcome.out.contains("summary g/src: sent=0\nsummary g/sink: count=0\n"))
+        << outcome.out.toStdString();
+
+    // A watched parameter that does not exist stops the pipeline at its line.
+    const QString wrong = write("wrong.pipeline", "create-group g\ncreate g b QtBridge\nwatch g b nothing\n");
+    outcome = runProgram("zal-host", {"--pipeline", wrong, "--duration", "5"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.contains(wrong + ":3: Error: Cannot get parameter: nothing"))
+        << outcome.err.toStdString();
 }

@@ -87,15 +87,34 @@ public:
         return str(checkedNonEmpty(command, QLatin1String(key), argument(key)));
     }
 
-    std::string groupManager() const { return Endpoints::getGroupManagerEndpoint(prefix); }
-    std::string group() const { return Endpoints::getGroupEndpoint(name("GROUP"), prefix); }
-    std::string nameService() const { return Endpoints::getNameServiceEndpoint(name("GROUP"), prefix); }
-    // PROCESSOR is judged before GROUP, so that a line with both wrong names the processor, as
-    // it always has.
-    std::string processor() const {
-        const std::string processor = name("PROCESSOR");
-        return Endpoints::getProcessorEndpoint(name("GROUP"), processor, prefix);
+    // Points the command at the service of that kind that its GROUP and PROCESSOR arguments name.
+    // PROCESSOR is judged before GROUP, so that a line with both wrong names the processor, as it
+    // always has.
+    void address(Command& command, Service service) const {
+        command.service = service;
+        if (service == Service::Processor) {
+            command.processor = QString::fromStdString(name("PROCESSOR"));
+        }
+        if (service != Service::GroupManager) {
+            command.group = QString::fromStdString(name("GROUP"));
+        }
+        const std::string group = str(command.group);
+        switch (service) {
+            case Service::GroupManager:
+                command.destination = Endpoints::getGroupManagerEndpoint(prefix);
+                break;
+            case Service::Group:
+                command.destination = Endpoints::getGroupEndpoint(group, prefix);
+                break;
+            case Service::NameService:
+                command.destination = nameService();
+                break;
+            case Service::Processor:
+                command.destination = Endpoints::getProcessorEndpoint(group, str(command.processor), prefix);
+                break;
+        }
     }
+    std::string nameService() const { return Endpoints::getNameServiceEndpoint(name("GROUP"), prefix); }
 
     const QString command;
     const Arguments arguments;
@@ -259,29 +278,29 @@ zalmsg::Processor parseConfiguration(const Arguments& arguments) {
 }
 
 void queryGroups(const Words& words, Command& command) {
-    command.destination = words.groupManager();
+    words.address(command, Service::GroupManager);
     command.request = ControlMessageHelper::makeQueryProcessorGroupsMessage();
     command.presentation = Presentation::CommaList;
 }
 
 void createGroup(const Words& words, Command& command) {
-    command.destination = words.groupManager();
+    words.address(command, Service::GroupManager);
     command.request = ControlMessageHelper::makeCreateProcessorGroupMessage(words.name("GROUP"));
 }
 
 void deleteGroup(const Words& words, Command& command) {
-    command.destination = words.groupManager();
+    words.address(command, Service::GroupManager);
     command.request = ControlMessageHelper::makeDeleteProcessorGroupMessage(words.name("GROUP"));
 }
 
 void queryProcessors(const Words& words, Command& command) {
-    command.destination = words.group();
+    words.address(command, Service::Group);
     command.request = ControlMessageHelper::makeQueryProcessorsMessage();
     command.presentation = Presentation::CommaList;
 }
 
 void createProcessor(const Words& words, Command& command) {
-    command.destination = words.group();
+    words.address(command, Service::Group);
     const std::string processorName = words.name("NAME");
     const std::string type = words.nonEmpty("TYPE");
     command.request = ControlMessageHelper::makeCreateProcessorMessage(type, processorName,
@@ -289,13 +308,13 @@ void createProcessor(const Words& words, Command& command) {
 }
 
 void deleteProcessor(const Words& words, Command& command) {
-    command.destination = words.group();
+    words.address(command, Service::Group);
     command.request = ControlMessageHelper::makeDeleteProcessorMessage(words.name("NAME"));
 }
 
 // By the address given, or by the stream's name, resolved at the group's name service first.
 void connectStream(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     const Arguments& arguments = words.arguments;
     const QString named = arguments.single(QStringLiteral("--stream-name"), words.command);
     if (arguments.named.contains(QStringLiteral("STREAM")) ==
@@ -322,47 +341,47 @@ void connectStream(const Words& words, Command& command) {
 }
 
 void startStream(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeStartStreamMessage(words.nonEmpty("STREAM"));
 }
 
 void stopStream(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeStopStreamMessage(words.nonEmpty("STREAM"));
 }
 
 void setParameter(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeSetParameterMessage(words.nonEmpty("PARAMETER"),
                                                                     str(words.argument("VALUE")));
 }
 
 void getParameter(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeGetParameterMessage(words.nonEmpty("PARAMETER"));
     command.presentation = Presentation::Value;
 }
 
 void listParameters(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeGetParameterListMessage();
     command.presentation = Presentation::CommaList;
 }
 
 void startRecording(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeStartNewRecordingMessage(str(words.argument("VALUE")));
     command.presentation = Presentation::Value;
 }
 
 void querySources(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeQuerySourcesMessage();
     command.presentation = Presentation::DataSources;
 }
 
 void queryStreams(const Words& words, Command& command) {
-    command.destination = words.processor();
+    words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeQueryStreamsMessage();
     command.presentation = Presentation::DataStreams;
 }
@@ -370,7 +389,7 @@ void queryStreams(const Words& words, Command& command) {
 // The addresses are judged first, then PROCESSOR, then STREAM: the order mistakes have always
 // been reported in.
 void registerStream(const Words& words, Command& command) {
-    command.destination = words.nameService();
+    words.address(command, Service::NameService);
     std::vector<std::string> addresses;
     for (const QString& address : QStringList{words.argument("ADDR")} + words.arguments.rest) {
         addresses.push_back(str(checkedNonEmpty(words.command, QStringLiteral("ADDR"), address)));
@@ -381,12 +400,12 @@ void registerStream(const Words& words, Command& command) {
 }
 
 void deregisterStream(const Words& words, Command& command) {
-    command.destination = words.nameService();
+    words.address(command, Service::NameService);
     command.request = ControlMessageHelper::makeDeregisterStreamMessage(words.nonEmpty("STREAM"));
 }
 
 void resolveStream(const Words& words, Command& command) {
-    command.destination = words.nameService();
+    words.address(command, Service::NameService);
     command.request = ControlMessageHelper::makeResolveStreamMessage(words.nonEmpty("STREAM"));
     command.presentation = Presentation::ResolvedName;
 }

@@ -30,6 +30,7 @@ ExitStatus CommandResult::status() const {
         case Outcome::BadUsage:
             return ExitStatus::Usage;
         case Outcome::UnreadableReply:
+        case Outcome::NoSuchName:
         case Outcome::NoStreamAddress:
         case Outcome::Failed:
             break;
@@ -67,6 +68,9 @@ CommandResult CommandRunner::execute(const Command& command) {
         }
         if (command.resolveAt.empty()) {
             ask(command.destination, command.request, result);
+            if (result.outcome == Outcome::NoReply) {
+                explainSilence(command.destination, command.service, command, result);
+            }
         } else if (!connectByName(command, result)) {
             return result;
         }
@@ -104,6 +108,9 @@ bool CommandRunner::connect(CommandResult& result) {
 
 bool CommandRunner::connectByName(const Command& command, CommandResult& result) {
     ask(command.resolveAt, command.request, result);
+    if (result.outcome == Outcome::NoReply) {
+        explainSilence(command.resolveAt, Service::NameService, command, result);
+    }
     if (result.outcome != Outcome::Replied || result.status() != ExitStatus::Success) {
         result.text = QStringLiteral("Cannot resolve stream '%1': %2").arg(command.streamName, result.text);
         return false;
@@ -119,6 +126,9 @@ bool CommandRunner::connectByName(const Command& command, CommandResult& result)
         zal::ControlMessageHelper::makeConnectStreamMessage(command.streamName.toStdString(),
                                                             addresses.front().toStdString(), command.filters),
         result);
+    if (result.outcome == Outcome::NoReply) {
+        explainSilence(command.destination, command.service, command, result);
+    }
     return true;
 }
 
@@ -143,15 +153,66 @@ void CommandRunner::ask(const std::string& destination, const Message& request, 
             return;
         case zal::ReplyStatus::TimedOut:
             result.outcome = Outcome::NoReply;
-            result.text =
-                QStringLiteral(
-                    "Time-out: %1 (no reply from %2; nothing listens at the endpoint, or that "
-                    "group or processor does not exist%3)")
-                    .arg(result.text, QString::fromStdString(destination),
-                         curveServerKey.empty() ? QString()
-                                                : QStringLiteral(", or the server refused these CURVE keys"));
             return;
     }
+}
+
+std::optional<QStringList> CommandRunner::listed(const QStringList& words) {
+    const Command command = parser.parse(words);
+    CommandResult result;
+    ask(command.destination, command.request, result);
+    if (result.outcome != Outcome::Replied || result.status() != ExitStatus::Success) {
+        return std::nullopt;
+    }
+    return result.reply.GetParameter().split(QLatin1Char(','), Qt::SkipEmptyParts);
+}
+
+namespace {
+
+QString namesOrNone(const QStringList& names) {
+    return names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "));
+}
+
+}  // namespace
+
+void CommandRunner::explainSilence(const std::string& destination, Service service, const Command& command,
+                                   CommandResult& result) {
+    const QString timeout = QStringLiteral("Time-out: %1 (no reply from %2")
+                                .arg(result.text, QString::fromStdString(destination));
+    const std::optional<QStringList> groups =
+        service == Service::GroupManager ? std::nullopt : listed({QStringLiteral("groups")});
+    if (!groups) {
+        result.text =
+            timeout +
+            (service == Service::GroupManager ? QStringLiteral("; ")
+                                              : QStringLiteral(", nor from the group manager; ")) +
+            QStringLiteral("nothing listens at the endpoint%1)")
+                .arg(curveServerKey.empty() ? QString()
+                                            : QStringLiteral(", or the server refused these CURVE keys"));
+        return;
+    }
+    if (!groups->contains(command.group)) {
+        result.outcome = Outcome::NoSuchName;
+        result.text = QStringLiteral("no group '%1' (groups: %2)").arg(command.group, namesOrNone(*groups));
+        return;
+    }
+    QString who = QStringLiteral("group '%1'").arg(command.group);
+    if (service == Service::NameService) {
+        who = QStringLiteral("the name service of group '%1'").arg(command.group);
+    } else if (service == Service::Processor) {
+        // A group too busy to list its processors leaves the processor's existence open.
+        if (const std::optional<QStringList> processors =
+                listed({QStringLiteral("processors"), command.group})) {
+            if (!processors->contains(command.processor)) {
+                result.outcome = Outcome::NoSuchName;
+                result.text = QStringLiteral("no processor '%1' in group '%2' (processors: %3)")
+                                  .arg(command.processor, command.group, namesOrNone(*processors));
+                return;
+            }
+            who = QStringLiteral("processor '%1' in group '%2'").arg(command.processor, command.group);
+        }
+    }
+    result.text = timeout + QStringLiteral("; %1 exists but did not answer in time: it is busy)").arg(who);
 }
 
 }  // namespace zaltools

@@ -1,5 +1,7 @@
 #include "zaltools/linesplitter.h"
 
+#include <algorithm>
+
 namespace zaltools {
 
 bool LineSplitter::split(const QString& line, QStringList& words, QString& error) {
@@ -58,6 +60,25 @@ QVector<ScriptLine> LineSplitter::splitScript(const QString& text) {
         }
     }
     return lines;
+}
+
+QString LineSplitter::join(const QStringList& words) {
+    QStringList line;
+    for (const QString& word : words) {
+        const bool plain = !word.isEmpty() && !word.startsWith(QLatin1Char('#')) &&
+                           std::none_of(word.begin(), word.end(), [](QChar c) {
+                               return c.isSpace() || c == QLatin1Char('"') || c == QLatin1Char('\\');
+                           });
+        if (plain) {
+            line << word;
+            continue;
+        }
+        QString escaped = word;
+        escaped.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
+            .replace(QLatin1Char('"'), QLatin1String("\\\""));
+        line << QLatin1Char('"') + escaped + QLatin1Char('"');
+    }
+    return line.join(QLatin1Char(' '));
 }
 
 }  // namespace zaltools

@@ -4,19 +4,18 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QFileInfo>
 #include <QTextStream>
 #include <QTimer>
 #include <cstdio>
 #include <memory>
 #include <optional>
 
-#include "commandbinding.h"
+#include "hostconfiguration.h"
+#include "pipelinefile.h"
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
-#include "zal/platform/icfg.h"
 #include "zal/platform/idllinstance.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/context.h"
@@ -24,12 +23,13 @@
 namespace {
 
 // Exit statuses, as documented by --help.
-enum ExitStatus { Ok = 0, StartFailed = 1, PipelineFailed = 2, Usage = 64, NoConfiguration = 66 };
+enum ExitStatus { Ok = 0, StartFailed = 1, PipelineFailed = 2, Usage = 64 };
 
 const char* const statusHelp =
     "Exit status: 0 stopped cleanly (SIGINT, SIGTERM or --duration), 1 the library or its\n"
-    "environment did not start, 2 a pipeline line failed, 64 bad options, 66 configuration file\n"
-    "missing or unreadable.\n";
+    "environment did not start (the reason follows on standard error), 2 a pipeline line is\n"
+    "malformed or failed, 64 bad options, 66 configuration or pipeline file missing or\n"
+    "unreadable, or a configuration line malformed.\n";
 
 struct Library {
     using Create = IDllInstance* (*)(const wchar_t*);
@@ -72,20 +72,6 @@ void raiseDescriptorLimit() {
     }
 }
 
-const wchar_t* const instanceName = L"zal-host";
-
-// Anything that reaches a TCP frontend will send a malformed message sooner or later, and by the
-// library's default that ends the router; the host keeps serving instead. The configuration's
-// own RouterDropMalformed still wins, read the same way the library reads it.
-void preferDroppingMalformedOnTcp() {
-    const std::unique_ptr<ICfg> cfg =
-        CfgCenter::CreateCfg(QString::fromWCharArray(instanceName), 2, QString());
-    if (cfg && cfg->readString(QStringLiteral("EnvironmentAddress"), QString())
-                   .startsWith(QLatin1String("tcp://"))) {
-        CfgCenter::SetDefault(QStringLiteral("RouterDropMalformed"), QStringLiteral("true"));
-    }
-}
-
 // Loopback only: 127.0.0.0/8 and ::1, as ZeroMQ reports a bound address (tcp://HOST:PORT).
 bool isLoopbackTcp(const QString& endpoint) {
     QString host = endpoint.mid(6).section(QLatin1Char(':'), 0, -2);
@@ -96,74 +82,98 @@ bool isLoopbackTcp(const QString& endpoint) {
            host == QLatin1String("localhost");
 }
 
-// Points the library at the configuration file; an exit status when it cannot be read.
-std::optional<int> useConfiguration(const std::optional<QString>& path, QTextStream& err) {
-    if (!path) {
-        return std::nullopt;
-    }
-    const QFileInfo file(*path);
-    if (!file.isFile() || !file.isReadable()) {
-        err << "zal-host: cannot read configuration file '" << *path << "'\n";
-        return NoConfiguration;
-    }
-    qputenv("ZAL_CONFIG", file.absoluteFilePath().toLocal8Bit());
-    return std::nullopt;
-}
-
 // What the command line asks for.
 struct Options {
+    std::optional<QString> config;
+    std::optional<QString> listen;
     std::optional<QString> pipeline;
     double seconds = 0;  // 0: until a signal
 };
 
-// Sets ZAL_CONFIG from --config; an exit status when the program ends here (help, or bad options).
-std::optional<int> readOptions(Options& options, QTextStream& out, QTextStream& err) {
-    QCommandLineParser parser;
+void describeOptions(QCommandLineParser& parser) {
     parser.setApplicationDescription(
         QStringLiteral(
             "Runs the zal middleware in this process until SIGINT, SIGTERM or --duration.\n"
-            "The frontend address is the key EnvironmentAddress of the configuration (default: "
-            "in-process only). RouterDropMalformed (default: on for a tcp:// frontend, else off)\n"
-            "makes the router drop malformed messages instead of stopping. CurveSecretKeyFile (or\n"
-            "CurveSecretKey) with CurveAuthorizedKeysFile admits authorised CURVE clients only.\n\n") +
+            "The frontend address is --listen, else the key EnvironmentAddress of the configuration\n"
+            "(default: in-process only). RouterDropMalformed (default: on for a tcp:// frontend, else\n"
+            "off) makes the router drop malformed messages instead of stopping. CurveSecretKeyFile (or\n"
+            "CurveSecretKey) with CurveAuthorizedKeysFile admits authorised CURVE clients only.\n"
+            "Unknown configuration keys are named on standard error.\n\n") +
         QString::fromLatin1(statusHelp));
     parser.addHelpOption();
-    const QCommandLineOption config(QStringLiteral("config"),
-                                    QStringLiteral("INI configuration file (sets ZAL_CONFIG)."),
-                                    QStringLiteral("FILE"));
-    const QCommandLineOption pipeline(
-        QStringLiteral("pipeline"),
-        QStringLiteral("Control commands to run in order at start, one per line."), QStringLiteral("FILE"));
-    const QCommandLineOption duration(QStringLiteral("duration"),
-                                      QStringLiteral("Stop after this many seconds."),
-                                      QStringLiteral("SECONDS"));
-    parser.addOptions({config, pipeline, duration});
+    parser.addVersionOption();
+    parser.addOptions({
+        {QStringLiteral("config"), QStringLiteral("INI configuration file (sets ZAL_CONFIG)."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("listen"),
+         QStringLiteral("Frontend address, e.g. tcp://127.0.0.1:5555 (overrides EnvironmentAddress)."),
+         QStringLiteral("ADDR")},
+        {QStringLiteral("pipeline"),
+         QStringLiteral("Control commands to run in order at start, one per line."), QStringLiteral("FILE")},
+        {QStringLiteral("duration"), QStringLiteral("Stop after this many seconds."),
+         QStringLiteral("SECONDS")},
+    });
+}
+
+std::optional<QString> valueOf(const QCommandLineParser& parser, const char* name) {
+    return parser.isSet(QLatin1String(name)) ? std::optional<QString>(parser.value(QLatin1String(name)))
+                                             : std::nullopt;
+}
+
+// An exit status when the program ends here (help, version, or bad options).
+std::optional<int> readOptions(Options& options, QTextStream& out, QTextStream& err) {
+    QCommandLineParser parser;
+    describeOptions(parser);
     if (!parser.parse(QCoreApplication::arguments())) {
         err << "zal-host: " << parser.errorText() << "\n";
         return Usage;
     }
-    if (parser.isSet(QStringLiteral("help"))) {
-        out << parser.helpText();
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("version"))) {
+        out << (parser.isSet(QStringLiteral("help")) ? parser.helpText()
+                                                     : QCoreApplication::applicationName() + ' ' +
+                                                           QCoreApplication::applicationVersion() + '\n');
         return Ok;
     }
     if (!parser.positionalArguments().isEmpty()) {
         err << "zal-host: unexpected argument '" << parser.positionalArguments().front() << "'\n";
         return Usage;
     }
-    if (parser.isSet(duration)) {
+    if (const std::optional<QString> duration = valueOf(parser, "duration")) {
         bool ok = false;
-        options.seconds = parser.value(duration).toDouble(&ok);
+        options.seconds = duration->toDouble(&ok);
         if (!ok || options.seconds <= 0) {
-            err << "zal-host: --duration wants a positive number of seconds, not '" << parser.value(duration)
-                << "'\n";
+            err << "zal-host: --duration wants a positive number of seconds, not '" << *duration << "'\n";
             return Usage;
         }
     }
-    if (parser.isSet(pipeline)) {
-        options.pipeline = parser.value(pipeline);
+    options.listen = valueOf(parser, "listen");
+    if (options.listen && options.listen->isEmpty()) {
+        err << "zal-host: --listen wants an address, such as tcp://127.0.0.1:5555\n";
+        return Usage;
     }
-    return useConfiguration(
-        parser.isSet(config) ? std::optional<QString>(parser.value(config)) : std::nullopt, err);
+    options.config = valueOf(parser, "config");
+    options.pipeline = valueOf(parser, "pipeline");
+    return std::nullopt;
+}
+
+// The reason of a failed start as the failure gave it, without the frames of the threads it
+// passed through on its way ("Thread failed: ", "ControllableThread::run() failed: ").
+QString startFailure(IDllInstance* instance) {
+    const auto* environmentDll = dynamic_cast<zal::EnvironmentDll*>(instance);
+    if (environmentDll == nullptr) {
+        return QStringLiteral("the library created no instance");
+    }
+    QStringList reasons;
+    for (QString line : environmentDll->getLastError().split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        for (const QLatin1String frame :
+             {QLatin1String("Thread failed: "), QLatin1String("ControllableThread::run() failed: ")}) {
+            if (line.startsWith(frame)) {
+                line = line.mid(frame.size());
+            }
+        }
+        reasons << line;
+    }
+    return reasons.isEmpty() ? QStringLiteral("no reason given") : reasons.join(QStringLiteral("; "));
 }
 
 // Announces the frontend, warns when the network reaches it unprotected, and returns the frontend
@@ -187,18 +197,34 @@ std::string ownFrontend(IDllInstance* instance, QTextStream& out, QTextStream& e
     return curve ? std::string(zal::routerFrontendAddressDefault) : frontend;
 }
 
+// Checks the configuration and the pipeline before anything starts, so that a mistake in either
+// costs no start and no half-run pipeline; an exit status when the program ends here.
+std::optional<int> check(const Options& options, PipelineFile& pipeline, QTextStream& err) {
+    if (const std::optional<int> status = hostconfiguration::use(options.config, err)) {
+        return status;
+    }
+    QString error;
+    const PipelineFile::Problem problem =
+        options.pipeline ? pipeline.read(*options.pipeline, error) : PipelineFile::Problem::None;
+    if (problem != PipelineFile::Problem::None) {
+        err << "zal-host: " << error << "\n";
+        return problem == PipelineFile::Problem::Unreadable ? hostconfiguration::noConfiguration
+                                                            : PipelineFailed;
+    }
+    hostconfiguration::prepare(options.listen);
+    return std::nullopt;
+}
+
 // Runs the pipeline, then the event loop until a signal or the duration; the exit status.
-int serve(QCoreApplication& app, const std::string& frontend, const Options& options, QTextStream& out,
-          QTextStream& err) {
+int serve(QCoreApplication& app, const std::string& frontend, const Options& options,
+          const PipelineFile& pipeline, QTextStream& out, QTextStream& err) {
     // Destroyed on return: its sockets must be closed before the context goes, or terminating
     // the context waits forever.
-    PipelineRunner runner(frontend, splitPipelineLine, makeCommandExecutor(frontend), out);
-    if (options.pipeline) {
-        QString error;
-        if (!runner.run(*options.pipeline, error)) {
-            err << "zal-host: " << error << "\n";
-            return PipelineFailed;
-        }
+    PipelineRunner runner(frontend, out);
+    QString error;
+    if (!runner.run(pipeline, error)) {
+        err << "zal-host: " << error << "\n";
+        return PipelineFailed;
     }
     SignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
@@ -224,28 +250,32 @@ int main(int argc, char** argv) {
     }
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("zal-host"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ZAL_VERSION));
     QTextStream out(stdout);
     QTextStream err(stderr);
     Options options;
+    PipelineFile pipeline;
     if (const std::optional<int> status = readOptions(options, out, err)) {
+        return *status;
+    }
+    if (const std::optional<int> status = check(options, pipeline, err)) {
         return *status;
     }
 
     raiseDescriptorLimit();
-    preferDroppingMalformedOnTcp();
     Library library;
     QString loadError;
     if (!library.load(loadError)) {
         err << "zal-host: cannot load libzal.so: " << loadError << "\n";
         return StartFailed;
     }
-    IDllInstance* instance = library.create(instanceName);
+    IDllInstance* instance = library.create(hostconfiguration::instanceName);
     if (instance == nullptr || !instance->Execute(argc, argv)) {
-        err << "zal-host: the environment did not start (ZAL_TRACE_MASK=0x20 shows why)\n";
+        err << "zal-host: the environment did not start: " << startFailure(instance) << "\n";
         library.destroy(instance);
         return StartFailed;
     }
-    const int status = serve(app, ownFrontend(instance, out, err), options, out, err);
+    const int status = serve(app, ownFrontend(instance, out, err), options, pipeline, out, err);
     instance->Shutdown();
     library.destroy(instance);
     zal::Context::Instance().aboutToTerminate();

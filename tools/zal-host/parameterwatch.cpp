@@ -1,44 +1,41 @@
 #include "parameterwatch.h"
 
-#include "zal/msg/controlmessagehelper.h"
-
 namespace {
 constexpr int watchIntervalMs = 1000;
-constexpr int watchTimeoutMs = 900;  // below the interval, so slow answers never pile up
+// Below the interval, so that slow answers never pile up.
+constexpr int watchTimeoutMs = 900;
 }  // namespace
 
-ParameterWatch::ParameterWatch(const std::string& frontend, const std::string& processorEndpoint,
-                               const QString& label, const QStringList& parameters, QTextStream& out,
-                               QObject* parent)
-    : QObject(parent),
-      client(frontend, true, watchTimeoutMs),
-      destination(zal::ControlMessageHelper::makeIdentity(processorEndpoint)),
-      label(label),
-      parameters(parameters),
-      out(out) {
+ParameterWatch::ParameterWatch(const std::string& frontend, QTextStream& out, QObject* parent)
+    : QObject(parent), runner(frontend, watchTimeoutMs), out(out) {
     connect(&timer, &QTimer::timeout, this, &ParameterWatch::tick);
     timer.start(watchIntervalMs);
 }
 
-QString ParameterWatch::poll() {
-    QStringList values;
-    for (const QString& name : parameters) {
-        zalmsg::ControlMessage reply;
-        const bool ok = client.request(
-            destination, zal::ControlMessageHelper::makeGetParameterMessage(name.toStdString()), reply);
-        values << name + '=' + (ok ? reply.GetParameter() : QStringLiteral("?"));
+void ParameterWatch::add(const zaltools::ParameterPoll& poll) {
+    polls.push_back(poll);
+}
+
+QStringList ParameterWatch::poll() {
+    QStringList lines;
+    for (const zaltools::ParameterPoll& watched : polls) {
+        std::optional<zaltools::CommandResult> failed;
+        lines << watched.round(runner, failed);
     }
-    return label + ": " + values.join(' ');
+    return lines;
 }
 
 void ParameterWatch::tick() {
     // A carriage return keeps the progress on one line in a terminal.
-    out << '\r' << poll() << "   ";
+    out << '\r' << poll().join(QStringLiteral("   ")) << "   ";
     out.flush();
 }
 
 void ParameterWatch::printSummary() {
     timer.stop();
-    out << '\n' << "summary " << poll() << '\n';
+    out << '\n';
+    for (const QString& line : poll()) {
+        out << "summary " << line << '\n';
+    }
     out.flush();
 }

@@ -1,34 +1,33 @@
-// A live progress line: chosen parameters of one processor, asked for once a second.
+// The live progress line: chosen parameters of one or more processors, asked for once a second.
 #pragma once
 
 #include <QObject>
-#include <QStringList>
 #include <QTextStream>
 #include <QTimer>
-#include <memory>
 #include <string>
+#include <vector>
 
-#include "zal/services/requestclienttemplate.h"
+#include "zaltools/commandrunner.h"
+#include "zaltools/parameterpoll.h"
 
-// Runs in the host's main thread with a request client of its own; a processor that does not
-// answer shows "?" for its values instead of stopping the host.
+// Runs in the host's main thread with a command runner of its own. Every watch of a pipeline
+// shares the one line, so that none overwrites another; a processor that does not answer shows
+// "?" for its values instead of stopping the host.
 class ParameterWatch : public QObject {
     Q_OBJECT
 public:
-    ParameterWatch(const std::string& frontend, const std::string& processorEndpoint, const QString& label,
-                   const QStringList& parameters, QTextStream& out, QObject* parent = nullptr);
+    ParameterWatch(const std::string& frontend, QTextStream& out, QObject* parent = nullptr);
 
-    // Prints the values once more on a line of its own: the summary at the end of a run.
+    void add(const zaltools::ParameterPoll& poll);
+    // Prints every watch's values once more, each on a line of its own: the summary at the end.
     void printSummary();
 
 private:
-    QString poll();
+    QStringList poll();
     void tick();
 
-    zal::RequestClient client;
-    QByteArray destination;
-    QString label;
-    QStringList parameters;
+    zaltools::CommandRunner runner;
+    std::vector<zaltools::ParameterPoll> polls;
     QTextStream& out;
     QTimer timer;
 };

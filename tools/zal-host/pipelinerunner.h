@@ -5,45 +5,41 @@
 #include <QString>
 #include <QStringList>
 #include <QTextStream>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "zaltools/commandrunner.h"
+
 class BridgeTap;
 class ParameterWatch;
+class PipelineFile;
 
-// One command's outcome: status 0 is success; text is what the command prints.
-struct CommandOutcome {
-    int status = 0;
-    QString text;
-};
-
-// Every line but watch and tap goes to the executor, which speaks the control protocol; watch and
-// tap need the host's own event loop and process, so they live here.
+// Every line but tap goes through the command layer that zalctl uses, so a line means what the
+// same zalctl command means; a watch is asked once at its line, so that a parameter that does not
+// exist stops the pipeline there, and then joins the live progress line. tap needs the host's own
+// event loop and process.
 //   watch GROUP PROCESSOR PARAM[,PARAM...]   print those parameters once a second
 //   tap GROUP BRIDGE                         print what a Qt bridge delivers
 class PipelineRunner : public QObject {
     Q_OBJECT
 public:
-    using Splitter = std::function<bool(const QString& line, QStringList& words, QString& error)>;
-    using Executor = std::function<CommandOutcome(const QStringList& words)>;
-
-    PipelineRunner(std::string frontend, Splitter split, Executor execute, QTextStream& out,
-                   QObject* parent = nullptr);
+    PipelineRunner(std::string frontend, QTextStream& out, QObject* parent = nullptr);
     ~PipelineRunner() override;
 
-    // Stops at the first failing line; `error` then reads "FILE:LINE: reason".
-    bool run(const QString& path, QString& error);
+    // Runs the file's lines in order and stops at the first failing one; `error` then reads
+    // "FILE:LINE: reason". A warning is printed and the pipeline goes on.
+    bool run(const PipelineFile& file, QString& error);
     void printSummaries();
 
 private:
-    bool runWords(const QStringList& words, QString& reason);
+    bool runCommand(const QStringList& words, QString& reason);
+    bool watch(const QStringList& words, QString& reason);
+    bool tap(const QStringList& words, QString& reason);
 
     std::string frontend;
-    Splitter split;
-    Executor execute;
+    zaltools::CommandRunner runner;
     QTextStream& out;
-    std::vector<std::unique_ptr<ParameterWatch>> watches;
+    std::unique_ptr<ParameterWatch> watches;  // made by the first watch line
     std::vector<std::unique_ptr<BridgeTap>> taps;
 };

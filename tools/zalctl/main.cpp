@@ -3,8 +3,12 @@
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <optional>
 
 #include "zal/transport/constants.h"
@@ -12,12 +16,27 @@
 #include "zaltools/commandparser.h"
 #include "zaltools/commandrunner.h"
 #include "zaltools/exitstatus.h"
+#include "zaltools/parameterpoll.h"
 
 namespace {
 
 using zaltools::ExitStatus;
 
 const char* const defaultEndpoint = "tcp://127.0.0.1:5555";
+
+// Each works as written, in this order, against the host of the first (a test runs them).
+const char* const examples =
+    "  zal-host --listen tcp://127.0.0.1:5555 &\n"
+    "  zalctl -e tcp://127.0.0.1:5555 create-group g1\n"
+    "  zalctl create g1 gen demo.Generator --stream numbers=tcp://127.0.0.1:*\n"
+    "  zalctl create g1 counter demo.Counter\n"
+    "  zalctl connect g1 counter numbers --filter demo\n"
+    "  zalctl set g1 gen rate 1000\n"
+    "  zalctl get g1 counter messages\n"
+    "  zalctl watch g1 counter messages,rate --count 3\n"
+    "  zalctl --xml streams g1 gen\n"
+    "  ZAL_ENDPOINT=tcp://127.0.0.1:5555 zalctl groups\n"
+    "  zalctl keygen --public-file client.pub --secret-file client.secret\n";
 
 QString helpText() {
     QString commands = zaltools::CommandParser::synopsis();
@@ -34,6 +53,7 @@ QString helpText() {
                "      --timeout MS     how long to wait for each reply, in milliseconds (default %2)\n"
                "      --xml            print the raw reply XML instead (a command may also end in --xml)\n"
                "  -h, --help           print this help\n"
+               "      --version        print zalctl's version\n"
                "CURVE, for a frontend that requires it (all keys are 40 Z85 characters):\n"
                "      --curve-server-key KEY        the server's public key\n"
                "      --curve-server-key-file FILE  ... read from a key file\n"
@@ -44,6 +64,9 @@ QString helpText() {
                "\n"
                "Commands:\n"
                "  %3\n"
+               "  watch GROUP PROCESSOR PARAM[,PARAM...] [--count N]\n"
+               "      asks for those parameters once a second and prints them, a line a round, until\n"
+               "      Ctrl-C or N rounds; a parameter the processor does not give ends it at once\n"
                "  keygen [--public-file FILE] [--secret-file FILE]\n"
                "      makes a CURVE key pair, prints it and writes the key files asked for (never over an\n"
                "      existing file; the secret one readable by its owner only)\n"
@@ -56,27 +79,18 @@ QString helpText() {
                "Exit status:\n"
                "  0   success reply\n"
                "  1   warning reply\n"
-               "  2   error reply, or a reply that cannot be read\n"
-               "  3   time-out: no reply (nothing listens at the endpoint, or the group or processor\n"
-               "      does not exist, since the router drops requests for unknown destinations)\n"
+               "  2   error reply, a reply that cannot be read, or no reply because the group or\n"
+               "      processor named does not exist (zalctl then asks which names do)\n"
+               "  3   time-out: nothing answers at the endpoint, or the group, name service or\n"
+               "      processor asked exists but did not answer in time (busy)\n"
                "  64  usage error: unknown command or option, missing or bad argument, bad endpoint,\n"
                "      a CURVE key or key file that cannot be used\n"
                "  73  keygen could not write a key file\n"
                "\n"
-               "Examples:\n"
-               "  zalctl -e tcp://127.0.0.1:5555 create-group g1\n"
-               "  zalctl create g1 gen demo.Generator --stream out=tcp://127.0.0.1:*\n"
-               "  zalctl create g1 counter demo.Counter\n"
-               "  zalctl connect g1 counter --stream-name out --filter t1\n"
-               "  zalctl set g1 gen rate 1000\n"
-               "  zalctl get g1 counter count\n"
-               "  zalctl --xml streams g1 gen\n"
-               "  ZAL_ENDPOINT=tcp://10.0.0.5:5555 zalctl groups\n"
-               "  zalctl keygen --public-file client.pub --secret-file client.secret\n"
-               "  zalctl --curve-server-key-file server.pub --curve-secret-key-file client.secret groups\n")
+               "Examples (a host to try them on first):\n%4")
         .arg(QLatin1String(defaultEndpoint))
         .arg(zal::socketDefaultTimeout)
-        .arg(commands);
+        .arg(commands, QLatin1String(examples));
 }
 
 void print(std::FILE* stream, const QString& text) {
@@ -241,6 +255,10 @@ std::optional<int> readOptions(const QStringList& arguments, Options& options, q
             print(stdout, helpText());
             return static_cast<int>(ExitStatus::Success);
         }
+        if (word == QLatin1String("--version")) {
+            print(stdout, QStringLiteral("zalctl " ZAL_VERSION));
+            return static_cast<int>(ExitStatus::Success);
+        }
         if (word == QLatin1String("--xml")) {
             options.xml = true;
             continue;
@@ -280,8 +298,23 @@ void useCurve(const CurveOptions& curve, zaltools::CommandRunner& runner) {
     runner.useCurve(server, client);
 }
 
-int run(const Options& options, const QStringList& words) {
-    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, options.xml);
+// Shows a command's result as zalctl shows every reply; its exit status.
+int report(const zaltools::CommandResult& result) {
+    switch (result.outcome) {
+        case zaltools::Outcome::BadUsage:
+            return usage(result.text);
+        case zaltools::Outcome::NoReply:
+        case zaltools::Outcome::NoSuchName:
+            print(stderr, QStringLiteral("zalctl: %1").arg(result.text));
+            break;
+        default:
+            print(stdout, result.text);
+    }
+    return static_cast<int>(result.status());
+}
+
+// Applies the options' CURVE keys to the runner; an exit status when they cannot be used.
+std::optional<int> useOptions(const Options& options, zaltools::CommandRunner& runner) {
     if (options.curve.any()) {
         try {
             useCurve(options.curve, runner);
@@ -289,17 +322,86 @@ int run(const Options& options, const QStringList& words) {
             return usage(QString::fromStdString(e.what()));
         }
     }
-    const zaltools::CommandResult result = runner.execute(words);
-    switch (result.outcome) {
-        case zaltools::Outcome::BadUsage:
-            return usage(result.text);
-        case zaltools::Outcome::NoReply:
-            print(stderr, QStringLiteral("zalctl: %1").arg(result.text));
-            break;
-        default:
-            print(stdout, result.text);
+    return std::nullopt;
+}
+
+int run(const Options& options, const QStringList& words) {
+    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, options.xml);
+    if (const std::optional<int> status = useOptions(options, runner)) {
+        return *status;
     }
-    return static_cast<int>(result.status());
+    return report(runner.execute(words));
+}
+
+// Set by SIGINT, which ends a watch after its current round.
+volatile std::sig_atomic_t interrupted = 0;
+
+void onInterrupt(int) {
+    interrupted = 1;
+}
+
+// Takes "--count N" (or --count=N) out of the words; an exit status when N is no positive number.
+std::optional<int> takeCount(QStringList& words, int& count) {
+    for (qsizetype i = 0; i < words.size(); ++i) {
+        if (words[i] != QLatin1String("--count") && !words[i].startsWith(QLatin1String("--count="))) {
+            continue;
+        }
+        const bool inlineValue = words[i].contains(QLatin1Char('='));
+        const QString value = inlineValue ? words[i].section(QLatin1Char('='), 1) : words.value(i + 1);
+        words.remove(i, inlineValue ? 1 : std::min<qsizetype>(2, words.size() - i));
+        bool number = false;
+        count = value.toInt(&number);
+        if (!number || count <= 0) {
+            return usage(
+                QStringLiteral("watch: --count '%1' is not a positive number of rounds.").arg(value));
+        }
+        return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+// A round once a second until SIGINT or `--count` rounds. The first round must find every
+// parameter, or the watch ends with the failed get's output and status; later, a value that does
+// not come shows as "?".
+int watch(const Options& options, QStringList words) {
+    int count = 0;
+    if (const std::optional<int> status = takeCount(words, count)) {
+        return *status;
+    }
+    std::optional<zaltools::ParameterPoll> poll;
+    try {
+        poll.emplace(words);
+    } catch (const zaltools::UsageError& e) {
+        return usage(QString::fromUtf8(e.what()));
+    }
+    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs);
+    if (const std::optional<int> status = useOptions(options, runner)) {
+        return *status;
+    }
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    timespec next = {};
+    clock_gettime(CLOCK_MONOTONIC, &next);
+    for (int round = 0; !interrupted && (count == 0 || round < count); ++round) {
+        std::optional<zaltools::CommandResult> failed;
+        const QString line = poll->round(runner, failed);
+        if (interrupted) {
+            break;  // the round may have been cut short
+        }
+        if (round == 0 && failed) {
+            return report(*failed);
+        }
+        print(stdout, line);
+        std::fflush(stdout);
+        ++next.tv_sec;
+        // SIGINT ends the wait at once; any other interruption waits on.
+        while ((count == 0 || round + 1 < count) && !interrupted &&
+               clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr) == EINTR) {
+        }
+    }
+    return static_cast<int>(ExitStatus::Success);
 }
 
 }  // namespace
@@ -316,6 +418,9 @@ int main(int argc, char** argv) {
     }
     if (arguments[at] == QLatin1String("keygen")) {
         return keygen(arguments.mid(at + 1));
+    }
+    if (arguments[at] == QLatin1String("watch")) {
+        return watch(options, arguments.mid(at));
     }
     return run(options, arguments.mid(at));
 }

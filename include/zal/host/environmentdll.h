@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <memory>
 
 #include "zal/platform/idllinstance.h"
@@ -26,10 +27,16 @@ public:
     QString getName() const { return name; }
     // The running environment, or null.
     Environment* getEnvironment() const { return environment.get(); }
+    // Why the last Execute failed, as the failure itself put it; empty after a success.
+    QString getLastError() const { return lastError; }
+
+    // Every configuration key Execute reads, so that a host can point out the others as mistakes.
+    static const QStringList& configurationKeys();
 
 private:
     QString name;
     std::unique_ptr<Environment> environment;
+    QString lastError;
 };
 
 }  // namespace zal

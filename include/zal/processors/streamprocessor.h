@@ -14,6 +14,8 @@ namespace zal {
 // The configuration holds exactly one data stream with at least one address: the constructors
 // refuse anything else with CreateProcessorError. initialize() binds the output at those
 // addresses and registers the stream at the group's name service; release() deregisters it.
+// A subclass that only consumes may construct with Output::Optional: without a data stream it
+// then has no output socket (`output` stays null), registers nothing and reports no stream.
 // "Connect" requests point the input at other streams' addresses, subscribing to their filters.
 // Subclasses implement handleMessage() for what arrives and publish through `output`; a message
 // whose handleMessage() throws is dropped (traced under the trace bit) and the processor goes on.
@@ -26,13 +28,21 @@ public:
                     const std::string& prefix);
     ~StreamProcessor() override;
 
+    // Whether a configuration without a data stream is refused or makes a processor without output.
+    enum class Output { Required, Optional };
+
     bool initialize() override;
     void release() override;
 
 protected:
+    StreamProcessor(const zalmsg::Processor& processor, const std::string& name, const std::string& group,
+                    const std::string& prefix, Output output);
+
     void checkDataEvents() override;
     void checkDataStreamConfig();
+    // Empty for a processor without output.
     std::string getDataStreamName();
+    bool hasOutputStream() const;
 
     // Keyed by address (the stream name is not used): a new address is connected, filters add up,
     // an empty list subscribes to everything. Subscriptions are never removed.

@@ -19,10 +19,19 @@ enum class Presentation {
     ResolvedName,  // ProcessorName and StreamAddresses
 };
 
+// The kinds of service a command may ask.
+enum class Service { GroupManager, Group, NameService, Processor };
+
 struct Command {
     QString name;  // the sub-command, e.g. "create-group"
     // The identity of the service asked, without its terminating zero byte.
     std::string destination;
+    // The same service by kind and names, so that its silence can be explained by asking the
+    // services that know those names. `group` is empty for the group manager, `processor` is set
+    // for a processor only.
+    Service service = Service::GroupManager;
+    QString group;
+    QString processor;
     zalmsg::ControlMessage request;
     // Set only for a connect by stream name, whose address is known only after resolving: then
     // `request` is the ResolveStream for this name service, and the Connect for `destination` is

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "zal/msg/controlmessage.h"
@@ -19,6 +20,7 @@ namespace zaltools {
 enum class Outcome {
     Replied,          // a reply was read: `reply` holds it, and its result type decides
     NoReply,          // nothing came back within the time-out
+    NoSuchName,       // nothing came back, and the group or processor named does not exist
     UnreadableReply,  // something came back that is not a control message
     NoStreamAddress,  // the stream to connect to resolved to no address
     BadUsage,         // the words, a value they give or the endpoint cannot be used
@@ -68,6 +70,14 @@ private:
     // Resolves the stream at the name service, then asks for the connect to its first address;
     // false when the resolve gave no address to connect to.
     bool connectByName(const Command& command, CommandResult& result);
+    // The router drops requests for names nobody has, so the silence of `service` (at `destination`)
+    // is explained by asking the group manager and the group, which answer whenever the host does:
+    // a name that does not exist turns the time-out into NoSuchName; otherwise the text says who
+    // was silent.
+    void explainSilence(const std::string& destination, Service service, const Command& command,
+                        CommandResult& result);
+    // The names a listing command ("groups", "processors GROUP") gives; none when it had no answer.
+    std::optional<QStringList> listed(const QStringList& words);
 
     std::string endpoint;
     int timeoutMs;

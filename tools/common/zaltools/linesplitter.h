@@ -27,6 +27,10 @@ public:
 
     // The lines that hold words or an error, in order; blank and comment-only lines are left out.
     static QVector<ScriptLine> splitScript(const QString& text);
+
+    // One line that split() turns back into `words`: a word is quoted when it is empty, holds a
+    // blank, a double quote or a backslash, or starts with '#'.
+    static QString join(const QStringList& words);
 };
 
 }  // namespace zaltools
