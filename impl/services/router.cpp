@@ -63,6 +63,9 @@ bool Router::initialize() {
     // router, and with it every other client and service. A reply that no longer fits is
     // dropped like one for a client that has gone.
     externalSocket->set(zmq::sockopt::sndtimeo, 0);
+    // Replies still queued for clients when the router closes are given a second to leave; a
+    // client that never reads would otherwise hold the end of the host's process for ever.
+    externalSocket->set(zmq::sockopt::linger, 1000);
     externalSocket->set(zmq::sockopt::maxmsgsize, options.maxMessageSize > 0 ? options.maxMessageSize : -1);
     if (!options.curveSecretKey.empty()) {
         externalSocket->set(zmq::sockopt::curve_server, 1);
