@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <csignal>
 
 #include "recordingreader.h"
 #include "support/frontendclient.h"
@@ -49,7 +50,8 @@ bool answersAfterMalformed(const QString& frontend, long timeoutMs) {
 }
 
 // Topic and data of every message of a recording, in order.
-QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path) {
+// The messages of a recording; one cut short may end in a torn record only where that is allowed.
+QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path, bool mayBeTorn = false) {
     QList<QPair<QByteArray, QByteArray>> messages;
     demo::RecordingReader reader;
     EXPECT_TRUE(reader.open(path)) << path.toStdString();
@@ -57,7 +59,7 @@ QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path) {
     while (reader.next(message)) {
         messages.append({message.topic, message.data});
     }
-    EXPECT_FALSE(reader.damaged()) << path.toStdString();
+    EXPECT_TRUE(mayBeTorn || !reader.damaged()) << path.toStdString();
     return messages;
 }
 
@@ -167,11 +169,29 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
         }
     };
     awaitRecorded(0);
-    // Values outside a parameter's range are refused and leave the old one; so is a recording over
-    // an existing file.
-    for (const char* refused : {"set g gen size -1", "set g gen rate inf", "set g gen sent 0",
-                                "set g rec directory /nonexistent/dir", "record g rec first.zrec"}) {
-        EXPECT_EQ(zalctl(frontend, QString(refused).split(' ')).status, 2) << refused;
+    // Values outside a parameter's range are refused with what is accepted and leave the old one;
+    // so are read-only parameters, a recording over an existing file, and one outside the directory.
+    const std::pair<QString, QString> refusals[] = {
+        {"set g gen rate fast",
+         "Error: Cannot set parameter: rate (expects messages a second from 0 (as fast as it can) to "
+         "10000000; got 'fast')"},
+        {"set g gen size -1",
+         "Error: Cannot set parameter: size (expects a payload size in bytes from 0 to "
+         "1048576; got '-1')"},
+        {"set g gen sent 0", "Error: Cannot set parameter: sent (read-only)"},
+        {"set g rec directory /nonexistent/dir",
+         "Error: Cannot set parameter: directory (expects an existing directory this host may write to; "
+         "got '/nonexistent/dir')"},
+        {"record g rec first.zrec", "Error: Cannot start new recording:  ('" + dir.filePath("first.zrec") +
+                                        "' exists; recordings are never overwritten)"},
+        {"record g rec ../escape.zrec",
+         "Error: Cannot start new recording:  (a recording name is a file name inside the directory '" +
+             dir.path() + "', without '/'; got '../escape.zrec')"},
+    };
+    for (const auto& [command, text] : refusals) {
+        const auto outcome = zalctl(frontend, command.split(' '));
+        EXPECT_EQ(outcome.status, 2) << command.toStdString();
+        EXPECT_EQ(outcome.out, text + "\n");
     }
     EXPECT_EQ(zalctl(frontend, {"get", "g", "gen", "rate"}).out, "Success\n500\n");
     EXPECT_EQ(zalctl(frontend, {"record", "g", "rec", "second.zrec"}).status, 0);
@@ -206,18 +226,48 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
                                        "connect g rec replayed\n"
                                        "record g rec %3\n"
                                        "start g player replayed\n"
-                                       "watch g player done\n")
+                                       "watch g player done,skipped\n")
                                    .arg(dir.path(), from, to)
                                    .toUtf8()),
                          "--duration", "2"});
-        EXPECT_TRUE(outcome.out.contains("summary g/player: done=true")) << outcome.out.toStdString();
-        return messagesOf(dir.filePath(to));
+        return std::make_pair(messagesOf(dir.filePath(to)), outcome.out);
     };
-    EXPECT_EQ(replay("second.zrec", "third.zrec"), second);
-    // A recording cut in its last record plays every whole record before the cut.
+    const auto [third, played] = replay("second.zrec", "third.zrec");
+    EXPECT_EQ(third, second);
+    EXPECT_TRUE(played.contains("summary g/player: done=true skipped=0")) << played.toStdString();
+    // A recording cut in its last record plays every whole record before the cut, and says so.
     QFile cut(dir.filePath("second.zrec"));
     ASSERT_TRUE(cut.resize(cut.size() - 3));
-    EXPECT_EQ(replay("second.zrec", "fourth.zrec"), second.mid(0, second.size() - 1));
+    const auto [fourth, torn] = replay("second.zrec", "fourth.zrec");
+    EXPECT_EQ(fourth, second.mid(0, second.size() - 1));
+    EXPECT_TRUE(torn.contains("summary g/player: done=true skipped=1")) << torn.toStdString();
+}
+
+TEST_F(ZalHost, ARecordingOfAKilledHostReadsUpToItsLastWholeRecord) {
+    const QString pipeline =
+        write("killed.pipeline", QString("create-group g\n"
+                                         "create g gen demo.Generator --stream n=inproc://n\n"
+                                         "set g gen size 100\n"
+                                         "set g gen rate 20000\n"
+                                         "create g rec demo.Recorder\n"
+                                         "set g rec directory \"%1\"\n"
+                                         "connect g rec n\n"
+                                         "record g rec killed.zrec\n")
+                                     .arg(dir.path())
+                                     .toUtf8());
+    RunningProgram host("zal-host", {"--pipeline", pipeline});
+    ASSERT_FALSE(host.awaitLine("killed.zrec").isNull()) << host.output().toStdString();
+    // Well past the first flush, while records keep coming.
+    QFile file(dir.filePath("killed.zrec"));
+    zaltest::eventually([&] { return file.size() > 200 * 1000; });
+    ::kill(static_cast<pid_t>(host.processId()), SIGKILL);
+    const auto survived = messagesOf(file.fileName(), true);
+    ASSERT_GT(survived.size(), 1000);
+    const qint64 first = survived.front().second.left(survived.front().second.indexOf(' ')).toLongLong();
+    for (int i = 0; i < survived.size(); ++i) {
+        ASSERT_TRUE(survived[i].second.startsWith(QByteArray::number(first + i) + ' ')) << i;
+        ASSERT_EQ(survived[i].second.size(), 100) << i;
+    }
 }
 
 TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
