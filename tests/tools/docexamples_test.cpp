@@ -99,6 +99,14 @@ QVector<Ran> runSession(QVector<Step>& steps) {
         script += QString("printf '\\n@@step %1\\n'\n").arg(i);
         script += command.endsWith(" &") ? command.chopped(2) + QString(" >background-%1.log 2>&1 &\n").arg(i)
                                          : "{ " + command + "\n} 2>&1\n";
+        // As a user would, the next command waits until a host started in the background says it
+        // listens (for at most 60 s: a loaded machine under a sanitizer starts it slowly).
+        if (command.endsWith(" &") && command.contains("zal-host")) {
+            script +=
+                QString(
+                    "for _ in $(seq 600); do grep -q listening background-%1.log && break; sleep 0.1; done\n")
+                    .arg(i);
+        }
         script += "printf '\\n@@status %d\\n' $?\n";
     }
     QTemporaryDir folder;
