@@ -1,7 +1,6 @@
 // The data-object base: blocks, settings, wrappers, equality, merging, resetting, framing errors.
 #include <gtest/gtest.h>
 
-#include <QDateTime>
 #include <QTemporaryDir>
 
 #include "msgtesthelpers.h"
@@ -193,24 +192,4 @@ TEST(IRGObject, HeaderMustNameTheClassAndLengthsMustFit) {
     // A stream that ends before the announced length is used up.
     QDataStream ended(body);
     EXPECT_THROW(ControlMessage().SetBinary(ended, int(body.size()) + 8), BinaryParsingException);
-}
-
-TEST(IRGObject, ValidityHelpersMarkEachTypesInvalidValue) {
-    const DataSource object;
-    // Valid before SetInvalid, invalid after.
-    const auto invalidates = [&](auto value) {
-        const bool valid = object.IsValid(value);
-        object.SetInvalid(value);
-        return valid && !object.IsValid(value);
-    };
-    EXPECT_TRUE(invalidates(3) && invalidates(3u) && invalidates(qint64(3)) && invalidates(1.0f) &&
-                invalidates(1.0) && invalidates(QString("")));
-    EXPECT_TRUE(object.IsValid(false) && object.IsValid(QDateTime::currentDateTime()));
-    EXPECT_FALSE(object.IsValid(QDateTime()));
-    EXPECT_EQ(object.GetObjectType(), UndefinedObjectType);
-    DataSource typed;
-    typed.SetObjectType(ConfigurationObjectType);
-    EXPECT_EQ(DataSource(typed).GetObjectType(), ConfigurationObjectType);
-    EXPECT_EQ(typed.GetObjectName(), "DataSource");
-    EXPECT_FALSE(IRGObject::GetVersion().isEmpty());
 }
