@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QTemporaryDir>
 
+#include "support/program.h"
 #include "support/tracecapture.h"
 #include "zal/processors/plugin.h"
 #include "zal/processors/pluginmanager.h"
@@ -31,18 +31,6 @@ QStringList names(const QList<Plugin*>& plugins) {
         result << plugin->getName();
     }
     return result;
-}
-
-const QString traceOfFailedLoad = QStringLiteral("impl\\pluginmanager:113 Could not load plugin: ");
-
-QString extraDirectory() {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/extra-plugins");
-}
-
-// A file with a library's name that no loader accepts.
-bool writeBrokenLibrary(const QTemporaryDir& directory, const QString& fileName) {
-    QFile file(directory.filePath(fileName));
-    return directory.isValid() && file.open(QIODevice::WriteOnly) && file.write("not a shared library") > 0;
 }
 
 // A plug-in made by the host program itself, with whatever name and types a test needs.
@@ -91,11 +79,12 @@ TEST(PluginManager, AMissingOrBrokenLibraryGivesNullAndATraceEveryTime) {
     EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
     EXPECT_EQ(create(manager, "nosuchplugin.Echo"), nullptr);
     ASSERT_EQ(trace.lines().size(), 2) << "a failed load is not remembered";
-    EXPECT_TRUE(trace.lines().at(1).startsWith(traceOfFailedLoad + "The shared library was not found."))
+    EXPECT_TRUE(trace.lines().at(1).startsWith(
+        "impl\\pluginmanager:113 Could not load plugin: The shared library was not found."))
         << "the loader's reason follows: " << trace.lines().at(1).toStdString();
 
     QTemporaryDir directory;
-    ASSERT_TRUE(writeBrokenLibrary(directory, "broken.so"));
+    zaltest::writeFile(directory.filePath("broken.so"), "not a shared library");
     PluginManager withBroken(QStringList{directory.path()});
     EXPECT_EQ(withBroken.getPlugin("broken.Echo"), nullptr);
     EXPECT_EQ(trace.lines().size(), 3);
@@ -110,11 +99,12 @@ TEST(PluginManager, SearchesExtraDirectoriesAndThePluginPathAfterTheApplicationD
     PluginManager plain;
     EXPECT_EQ(plain.getPlugin("extraplugin.Echo"), nullptr);
 
-    PluginManager withExtra(QStringList{extraDirectory()});
+    const QString extra = QCoreApplication::applicationDirPath() + "/extra-plugins";
+    PluginManager withExtra(QStringList{extra});
     EXPECT_NE(create(withExtra, "extraplugin.Echo"), nullptr);
     EXPECT_EQ(names(withExtra.getPlugins()), (QStringList{"base", "extraplugin"}));
 
-    qputenv("ZAL_PLUGIN_PATH", "/nonexistent::" + extraDirectory().toLocal8Bit());
+    qputenv("ZAL_PLUGIN_PATH", "/nonexistent::" + extra.toLocal8Bit());
     EXPECT_NE(PluginManager().getPlugin("extraplugin.Echo"), nullptr);
     qunsetenv("ZAL_PLUGIN_PATH");
 }
