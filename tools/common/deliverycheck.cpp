@@ -92,7 +92,7 @@ bool DeliveryCheck::addPublished(const StreamEdge& edge, const ProcessorSample& 
     const ProcessorSample& consumerNow = graph.snapshot().processors[edge.consumer];
     delivery.published += published + perMs * ((consumerNow.atMs - producerNow.atMs) -
                                                (consumerBefore.atMs - producerBefore->atMs));
-    tolerance += perMs * (consumerNow.uncertaintyMs + producerNow.uncertaintyMs +
+    tolerance += perMs * (inFlightMs + consumerNow.uncertaintyMs + producerNow.uncertaintyMs +
                           consumerBefore.uncertaintyMs + producerBefore->uncertaintyMs);
     return true;
 }

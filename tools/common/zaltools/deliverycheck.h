@@ -31,11 +31,13 @@ struct Delivery {
 
 // The producers' counters are read before the consumer's in a sweep, so each producer's count is
 // carried forward to the consumer's reading at the producer's own rate. Messages published but not
-// yet received are in flight, not lost: a deficit counts as loss only beyond `inFlight` messages
-// and what the producers publish within the uncertainty of the four readings' times.
+// yet received are in flight, not lost: a deficit counts as loss only beyond `inFlight` messages,
+// what the producers publish in `inFlightMs` (producers publish in bursts, and a burst may be on
+// its way at either reading) and what they publish within the uncertainty of the four readings' times.
 class DeliveryCheck {
 public:
     static constexpr double inFlight = 16;
+    static constexpr double inFlightMs = 20;
 
     // `graph` is of `now`; both snapshots must outlive the check.
     DeliveryCheck(const SystemSnapshot& before, const StreamGraph& graph);
