@@ -42,6 +42,9 @@ const char* const examples =
     "  zalctl get g1 counter messages\n"
     "  zalctl watch g1 counter messages,rate --count 3\n"
     "  zalctl --xml streams g1 gen\n"
+    "  zalctl top --once\n"
+    "  zalctl graph --format dot\n"
+    "  zalctl --json sources g1 counter\n"
     "  ZAL_ENDPOINT=tcp://127.0.0.1:5555 zalctl groups\n"
     "  zalctl keygen --public-file client.pub --secret-file client.secret\n";
 
