@@ -68,6 +68,7 @@
 #include "zal/processors/baseplugin.h"
 #include "zal/processors/datastreaminitializer.h"
 #include "zal/processors/plugin.h"
+#include "zal/processors/plugindescription.h"
 #include "zal/processors/pluginmanager.h"
 #include "zal/processors/processorbase.h"
 #include "zal/processors/processorcontrolinterface.h"
