@@ -9,6 +9,15 @@ using zalmsg::DataSource;
 using zalmsg::DataStream;
 using zalmsg::Processor;
 
+Processor ConfigTool::unsharedCopy(const Processor& processor) {
+    Processor copy;
+    const QByteArray binary = processor.GetBinaryRepresentation();
+    if (!binary.isEmpty()) {
+        copy.SetBinaryRepresentation(binary);
+    }
+    return copy;
+}
+
 // The lookups read through a const reference: the non-const list getters count as setting the
 // list, and a query must not mark the configuration as changed.
 int ConfigTool::indexOfDataSource(const Processor& processor, const QString& address) {

@@ -4,7 +4,6 @@
 // the host has gone, and its resident memory is back near where it was.
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <atomic>
 #include <chrono>
@@ -29,16 +28,16 @@ const std::string manager = internalAddressPrefixDefault;
 const std::string group = Endpoints::getGroupEndpoint("g", manager);
 const std::string echo = Endpoints::getProcessorEndpoint("g", "echo", manager);
 
-// How far resident memory may stay above its level before an attack once the attack is over.
-// Everything an attack allocates is freed when its messages are answered or dropped, but glibc
-// keeps part of what a burst used in its per-thread arenas and libzmq keeps its pipes' chunks;
-// a leak of the 64 MiB frame, or of a few KiB per request over 10 000 requests, lies well above
-// this. Under a sanitizer freed memory is held back on purpose (ASan's quarantine), and
-// LeakSanitizer checks the host for leaks at its exit instead.
+// How far resident memory may stay above its level before an attack once it is over: glibc's arenas
+// and libzmq's pipes keep part of what a burst used, while a leak of the 64 MiB frame, or of a few
+// KiB per request over 10 000 requests, lies well above this. Sanitizers hold freed memory back on
+// purpose (ASan's quarantine), and LeakSanitizer checks the host for leaks at its exit instead.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr long long rssToleranceKiB = 512 * 1024;
+constexpr long promptMs = 1000;
 #else
 constexpr long long rssToleranceKiB = 16 * 1024;
+constexpr long promptMs = 100;
 #endif
 
 // The payload of `message` with the text `marker` (which it must contain) replaced by `raw`.
@@ -83,10 +82,7 @@ protected:
     }
 
     QString write(const QString& name, const QByteArray& content) {
-        QFile file(dir.filePath(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return file.fileName();
+        return zaltest::writeFile(dir.filePath(name), content);
     }
 
     // A fresh client gets correct replies from the group manager, the group and its processor.
@@ -103,11 +99,6 @@ protected:
     // no single message may take the control plane away from everyone else. (Sanitizers slow the
     // whole host down by an order of magnitude, so they get ten times as long.)
     void expectAnsweredPromptly() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        constexpr long promptMs = 1000;
-#else
-        constexpr long promptMs = 100;
-#endif
         FrontendClient bystander(frontend);
         bystander.send(manager, Helper::toPayload(Helper::makeQueryProcessorGroupsMessage()));
         EXPECT_EQ(bystander.receive(promptMs).size(), 3u) << "no answer within " << promptMs << " ms";
@@ -307,8 +298,8 @@ TEST_F(HostileClients, FloodsAreAllAnsweredAndClientsThatVanishBeforeTheirReplie
         }
         // A big request left half-answered too: its reply meets a closed connection.
         if (c % 25 == 0) {
-            client.send(echo,
-                        Helper::toPayload(Helper::makeStartNewRecordingMessage(std::string(900 * 1000, 'v'))));
+            client.send(
+                echo, Helper::toPayload(Helper::makeStartNewRecordingMessage(std::string(900 * 1000, 'v'))));
         }
     }
     expectRecovered("vanished clients");
@@ -318,19 +309,16 @@ TEST_F(HostileClients, SigtermDuringAFloodStopsTheHostCleanly) {
     zaltest::RequestFlood flood(
         frontend, 10, [](int) { return echo; }, Helper::makeGetParameterListMessage());
     EXPECT_TRUE(flood.awaitAnswered(100));
-    const int status = host->terminate(30000);
+    const int status = host->terminate();
     flood.stop();
     EXPECT_EQ(status, 0) << host->output().toStdString();
     host.reset();
 }
 
-// A client that asks and asks but never reads: its replies pile up until its connection is full.
-// The router must drop what no longer fits instead of waiting for that client. What such a burst
-// used stays partly resident afterwards (libzmq's and glibc's caches), from 12 to 50 MiB more than
-// before and differently from run to run, so one round says little. Later rounds reuse that
-// memory: over twelve rounds the host was seen to level off between 50 and 75 MiB, 60 MiB above
-// its start at most. A round whose queue was never freed would add at least that queue, the
-// router's high-water mark of 1000 replies of 16 KiB, and six of them 96 MiB.
+// A client that asks and asks but never reads: the router must drop the replies that no longer fit
+// instead of waiting for it. A round leaves 12 to 50 MiB resident (libzmq's and glibc's caches),
+// which later rounds reuse: over twelve rounds the host levelled off at most 60 MiB above its start.
+// A round whose queue (1000 replies of 16 KiB) was never freed would add 16 MiB, six rounds 96 MiB.
 TEST_F(HostileClients, AClientThatNeverReadsItsRepliesStallsNobodyElse) {
     FrontendClient setup(frontend);
     setup.succeed(echo, Helper::makeSetParameterMessage("big", std::string(16 * 1024, 'r')));

@@ -19,17 +19,9 @@ namespace {
 
 constexpr quint32 kMessageTypeTag = 0xB4AF885C;
 
-ControlMessage Query() {
-    ControlMessage message;
-    message.SetMessageType(ControlMessage::MessageType::Query);
-    return message;
-}
-
 DataStream StreamFromXml(const QString& runningElement, bool validate) {
     DataStream stream;
-    stream.SetXmlString(
-        QStringLiteral("<DataStream><Name>s</Name>") + runningElement + QStringLiteral("</DataStream>"),
-        validate);
+    stream.SetXmlString("<DataStream><Name>s</Name>" + runningElement + "</DataStream>", validate);
     return stream;
 }
 
@@ -38,7 +30,7 @@ DataStream StreamFromXml(const QString& runningElement, bool validate) {
 TEST(ControlMessage, EachClassWritesOnlyWhatIsSetInSerialOrderWithEnumsByName) {
     ControlMessage stop;
     stop.SetResultType(ControlMessage::ResultType::Error);
-    stop.AppendMessageFilter(QStringLiteral("f"));
+    stop.AppendMessageFilter("f");
     stop.SetMessageType(ControlMessage::MessageType::Stop);
     // Without validation a key is written even when unset, as a null byte array.
     DataStream unnamed;
@@ -51,18 +43,18 @@ TEST(ControlMessage, EachClassWritesOnlyWhatIsSetInSerialOrderWithEnumsByName) {
     const QByteArray stream =
         Element(0x58D44D66, Be32(0xFFFFFFFF)) + Element(0x6CD509D2, QByteArray(1, '\1'));
     EXPECT_EQ(WriteBinary(unnamed), Be32(quint32(stream.size())) + stream);
-    EXPECT_EQ(Query().GetBinaryRepresentation(),
+    EXPECT_EQ(MakeQuery().GetBinaryRepresentation(),
               Be32(0xAAB74DB6) + Be32(17) + Element(kMessageTypeTag, Utf8("Query")));
-    EXPECT_EQ(Query().GetXmlString(),
-              QStringLiteral("<ControlMessage><MessageType>Query</MessageType></ControlMessage>"));
+    EXPECT_EQ(MakeQuery().GetXmlString(),
+              "<ControlMessage><MessageType>Query</MessageType></ControlMessage>");
 
     // An unset enum is not sent and reads back as the schema's default.
     DataSource source;
-    source.SetAddress(QStringLiteral("tcp://h:1"));
+    source.SetAddress("tcp://h:1");
     DataSource read;
     read.SetBinaryRepresentation(source.GetBinaryRepresentation());
     EXPECT_TRUE(read == source);
-    EXPECT_EQ(read.GetByteOrderAsString(), QStringLiteral("Host"));
+    EXPECT_EQ(read.GetByteOrderAsString(), "Host");
     EXPECT_FALSE(read.IsByteOrderSet() || read.IsFilterSet());
     DataStream lenient;
     lenient.SetValidate(false);
@@ -70,7 +62,7 @@ TEST(ControlMessage, EachClassWritesOnlyWhatIsSetInSerialOrderWithEnumsByName) {
     EXPECT_TRUE(lenient.IsNameSet() && lenient.GetName().isNull() && lenient.GetRunning());
     EXPECT_TRUE(DataStream().GetBinaryRepresentation().isEmpty())
         << "a stream without its key writes nothing";
-    EXPECT_EQ(Processor().GetXmlString(), QStringLiteral("<Processor/>"));
+    EXPECT_EQ(Processor().GetXmlString(), "<Processor/>");
 }
 
 TEST(ControlMessage, NameTablesAreExactAndCaseSensitive) {
@@ -85,8 +77,8 @@ TEST(ControlMessage, NameTablesAreExactAndCaseSensitive) {
     EXPECT_TRUE(ControlMessage::MessageTypeToName(int(types.size())).isNull());
     EXPECT_EQ(ControlMessage::GetGUIResultTypes(), ControlMessage::GetResultTypes());
     EXPECT_EQ(DataSource::GetGUIProtocols(), DataSource::GetProtocols());
-    EXPECT_EQ(DataSource::NameToProtocol(QStringLiteral("PUB")), -1) << "each class has its own table";
-    EXPECT_EQ(DataStream::NameToProtocol(QStringLiteral("PUB")), 0);
+    EXPECT_EQ(DataSource::NameToProtocol("PUB"), -1) << "each class has its own table";
+    EXPECT_EQ(DataStream::NameToProtocol("PUB"), 0);
 }
 
 TEST(ControlMessage, ValidationRefusesWithTextsThatNameClassAndMemberAndOffStoresAnything) {
@@ -135,20 +127,20 @@ TEST(ControlMessage, ValidationRefusesWithTextsThatNameClassAndMemberAndOffStore
     nullFilter.AppendFilter(QString());
     EXPECT_EQ(MessageOf<IncompleteDefinitionException>(
                   [&] { strict.SetBinaryRepresentation(nullFilter.GetBinaryRepresentation()); }),
-              QStringLiteral("DataSource: Tried to append not completely defined or invalid item Filter."));
+              "DataSource: Tried to append not completely defined or invalid item Filter.");
     EXPECT_TRUE(strict.GetFilter().isEmpty());
 }
 
 TEST(ControlMessage, CheckReportsTheFirstProblemInOrderShallowOrDeep) {
-    ControlMessage message = Query();
+    ControlMessage message = MakeQuery();
     message.SetValidate(false);
     message.SetResultType(5);
     message.SetStreamName(QString());
     EXPECT_EQ(MessageOf<OutOfRangeException>([&] { message.Check(); }),
-              QStringLiteral("ControlMessage: Please set StreamName properly."));
-    message.SetStreamName(QStringLiteral(""));
+              "ControlMessage: Please set StreamName properly.");
+    message.SetStreamName("");
     EXPECT_EQ(MessageOf<OutOfRangeException>([&] { message.Check(); }),
-              QStringLiteral("ControlMessage: Please set ResultType properly."));
+              "ControlMessage: Please set ResultType properly.");
     message.SetResultType(0);
     EXPECT_NO_THROW(message.Check(true));
 
@@ -156,7 +148,7 @@ TEST(ControlMessage, CheckReportsTheFirstProblemInOrderShallowOrDeep) {
     DataSource source;
     source.SetValidate(false);
     source.SetAddress(QString());
-    source.AppendFilter(QStringLiteral("ok"));
+    source.AppendFilter("ok");
     source.AppendFilter(QString());
     source.SetByteOrder(9);
     processor.SetValidate(false);
@@ -164,14 +156,14 @@ TEST(ControlMessage, CheckReportsTheFirstProblemInOrderShallowOrDeep) {
     message.SetProcessor(processor);
     EXPECT_NO_THROW(message.Check()) << "the shallow check leaves nested objects alone";
     EXPECT_EQ(MessageOf<OutOfRangeException>([&] { message.Check(true); }),
-              QStringLiteral("DataSource: Please set Address properly."));
-    source.SetAddress(QStringLiteral("a"));
+              "DataSource: Please set Address properly.");
+    source.SetAddress("a");
     EXPECT_EQ(MessageOf<OutOfRangeException>([&] { source.Check(); }),
-              QStringLiteral("DataSource: Please set Filter properly."));
-    source.SetFilter({QStringLiteral("ok")});
+              "DataSource: Please set Filter properly.");
+    source.SetFilter({"ok"});
     EXPECT_EQ(MessageOf<OutOfRangeException>([&] { source.Check(); }),
-              QStringLiteral("DataSource: Please set ByteOrder properly."));
-    EXPECT_FALSE(source.IsValidFilter(QVector<QString>{QStringLiteral("a"), QString()}));
+              "DataSource: Please set ByteOrder properly.");
+    EXPECT_FALSE(source.IsValidFilter(QVector<QString>{"a", QString()}));
     EXPECT_TRUE(source.IsValidFilter(QVector<QString>{}));
 }
 
@@ -181,21 +173,19 @@ TEST(ControlMessage, FullMessageSurvivesTheXmlFormAndAStrictParseRefusesUnknownN
     fromXml.SetXmlString(original.GetXmlString(), true);
     EXPECT_TRUE(fromXml == original);
     EXPECT_EQ(fromXml.GetBinaryRepresentation(), original.GetBinaryRepresentation());
-    ControlMessage lists = Query();
-    lists.SetStreamAddresses({QStringLiteral("a"), QStringLiteral("b")});
+    ControlMessage lists = MakeQuery();
+    lists.SetStreamAddresses({"a", "b"});
     EXPECT_EQ(lists.GetXmlString(),
-              QStringLiteral("<ControlMessage><MessageType>Query</MessageType><StreamAddresses>a"
-                             "</StreamAddresses><StreamAddresses>b</StreamAddresses></ControlMessage>"))
+              "<ControlMessage><MessageType>Query</MessageType><StreamAddresses>a"
+              "</StreamAddresses><StreamAddresses>b</StreamAddresses></ControlMessage>")
         << "list items become sibling elements";
 
     // A strict parse refuses what a receiver's lenient one takes (the message helpers' test).
-    EXPECT_EQ(
-        MessageOf<OutOfRangeException>([] {
-            ControlMessage().SetXmlString(
-                QStringLiteral("<ControlMessage><MessageType>NoSuchType</MessageType></ControlMessage>"),
-                true);
-        }),
-        QStringLiteral("enum is not valid (classname=ControlMessage,membername=m_messageType)"));
+    EXPECT_EQ(MessageOf<OutOfRangeException>([] {
+                  ControlMessage().SetXmlString(
+                      "<ControlMessage><MessageType>NoSuchType</MessageType></ControlMessage>", true);
+              }),
+              "enum is not valid (classname=ControlMessage,membername=m_messageType)");
 }
 
 TEST(ControlMessage, XmlReadsBooleansLeniently) {
@@ -204,22 +194,22 @@ TEST(ControlMessage, XmlReadsBooleansLeniently) {
         const DataStream stream = StreamFromXml(QString("<Running>%1</Running>").arg(text), true);
         EXPECT_TRUE(stream.IsRunningSet() && stream.GetRunning() == value) << text;
     }
-    EXPECT_FALSE(StreamFromXml(QStringLiteral("<Running/>"), false).GetRunning());
-    EXPECT_EQ(
-        MessageOf<InvalidXmlException>([] { StreamFromXml(QStringLiteral("<Running></Running>"), true); }),
-        QStringLiteral("Please set a value or a default for the boolean 'Running' in 'DataStream'."));
+    EXPECT_FALSE(StreamFromXml("<Running/>", false).GetRunning());
+    EXPECT_EQ(MessageOf<InvalidXmlException>([] { StreamFromXml("<Running></Running>", true); }),
+              "Please set a value or a default for the boolean 'Running' in 'DataStream'.");
     // Only the exact element name is the boolean; other spellings are unknown elements.
-    EXPECT_FALSE(StreamFromXml(QStringLiteral("<RUNNING>true</RUNNING>"), true).IsRunningSet());
-    EXPECT_EQ(MakeStream(QStringLiteral("s"), {}, false).GetXmlString(),
-              QStringLiteral("<DataStream><Name>s</Name><Running>false</Running></DataStream>"));
+    EXPECT_FALSE(StreamFromXml("<RUNNING>true</RUNNING>", true).IsRunningSet());
+    EXPECT_EQ(MakeStream("s", {}, false).GetXmlString(),
+              "<DataStream><Name>s</Name><Running>false</Running></DataStream>");
 }
 
 TEST(ControlMessage, UnknownElementsAreSkippedInBothForms) {
     ControlMessage message;
-    message.SetXmlString(QStringLiteral("<ControlMessage><Future a='1'><x>1</x><x/></Future>"
-                                        "<MessageType>Start</MessageType><messagetext>lower</messagetext>"
-                                        "<StreamName/></ControlMessage>"),
-                         true);
+    message.SetXmlString(
+        "<ControlMessage><Future a='1'><x>1</x><x/></Future>"
+        "<MessageType>Start</MessageType><messagetext>lower</messagetext>"
+        "<StreamName/></ControlMessage>",
+        true);
     EXPECT_EQ(message.GetMessageType(), ControlMessage::MessageType::Start);
     EXPECT_FALSE(message.IsMessageTextSet());
     // An element without text stands for an empty, not a null, string.

@@ -21,12 +21,6 @@ public:
     QStringList lines;
 };
 
-ControlMessage Query() {
-    ControlMessage message;
-    message.SetMessageType(ControlMessage::MessageType::Query);
-    return message;
-}
-
 }  // namespace
 
 TEST(IRGObject, AnObjectOwnsNoBlockUntilTouchedAndStartsAtItsDefaults) {
@@ -37,11 +31,11 @@ TEST(IRGObject, AnObjectOwnsNoBlockUntilTouchedAndStartsAtItsDefaults) {
     EXPECT_FALSE(message.IsDataSourceSet()) << "a read-only reference does not count as setting";
     EXPECT_EQ(message.GetMessageType(), -1);
     EXPECT_EQ(message.GetResultType(), 0);
-    EXPECT_EQ(message.GetResultTypeAsString(), QStringLiteral("Success")) << "the schema's default";
+    EXPECT_EQ(message.GetResultTypeAsString(), "Success") << "the schema's default";
     EXPECT_FALSE(message.IsResultTypeSet());
     EXPECT_TRUE(message.GetStreamName().isNull());
     EXPECT_TRUE(message.GetValidate());
-    EXPECT_EQ(DataSource().GetByteOrderAsString(), QStringLiteral("Host"));
+    EXPECT_EQ(DataSource().GetByteOrderAsString(), "Host");
     EXPECT_FALSE(DataStream().GetRunning());
     message.SetResultType(ControlMessage::ResultType::Warning);
     EXPECT_TRUE(message.AnyData());
@@ -49,10 +43,10 @@ TEST(IRGObject, AnObjectOwnsNoBlockUntilTouchedAndStartsAtItsDefaults) {
     message.GetDataSource();
     EXPECT_TRUE(message.IsDataSourceSet()) << "handing out a writable reference counts as setting";
     ControlMessage nested;
-    nested.GetProcessor().SetID(QStringLiteral("p"));
+    nested.GetProcessor().SetID("p");
     EXPECT_TRUE(nested.IsProcessorSet() && nested.AnyData());
     ControlMessage text;
-    text.SetGroupName(QStringLiteral("g"));
+    text.SetGroupName("g");
     EXPECT_TRUE(text.AnyData());
 }
 
@@ -71,11 +65,11 @@ TEST(IRGObject, SwitchAndLoggerReachEveryNestedObject) {
     ControlMessage received;
     received.SetLogger(logger);
     received.SetXmlString(
-        QStringLiteral("<ControlMessage><MessageType>Create</MessageType><Processor><DataSource>"
-                       "<Extra/></DataSource></Processor></ControlMessage>"),
+        "<ControlMessage><MessageType>Create</MessageType><Processor><DataSource>"
+        "<Extra/></DataSource></Processor></ControlMessage>",
         true);
     ASSERT_EQ(logger->lines.size(), 1);
-    EXPECT_TRUE(logger->lines.at(0).startsWith(QStringLiteral("DataSource: skipping unknown element Extra")));
+    EXPECT_TRUE(logger->lines.at(0).startsWith("DataSource: skipping unknown element Extra"));
     received.ResetLogger();
     EXPECT_EQ(received.GetProcessor().GetLogger(), nullptr);
 }
@@ -88,18 +82,18 @@ TEST(IRGObject, RepresentationWrappersRoundTrip) {
     EXPECT_EQ(qUncompress(original.GetCompressedBinaryRepresentation()), original.GetBinaryRepresentation());
 
     QTemporaryDir dir;
-    const QString file = dir.filePath(QStringLiteral("message.xml"));
+    const QString file = dir.filePath("message.xml");
     original.SaveXml(file);
     ControlMessage loaded;
     loaded.LoadXml(file);
     EXPECT_TRUE(loaded == original);
-    EXPECT_THROW(loaded.LoadXml(dir.filePath(QStringLiteral("missing.xml"))), ReportException);
-    EXPECT_THROW(original.SaveXml(dir.filePath(QStringLiteral("no/such/dir/m.xml"))), ReportException);
+    EXPECT_THROW(loaded.LoadXml(dir.filePath("missing.xml")), ReportException);
+    EXPECT_THROW(original.SaveXml(dir.filePath("no/such/dir/m.xml")), ReportException);
 }
 
 TEST(IRGObject, EqualityComparesOnlyWhatIsSetAndTellsNullFromEmpty) {
-    ControlMessage a = Query();
-    ControlMessage b = Query();
+    ControlMessage a = MakeQuery();
+    ControlMessage b = MakeQuery();
     // Different stored values behind clear is-set bits do not count.
     a.SetDefaultResultType(ControlMessage::ResultType::Error);
     a.ResetResultType();
@@ -107,11 +101,11 @@ TEST(IRGObject, EqualityComparesOnlyWhatIsSetAndTellsNullFromEmpty) {
     EXPECT_TRUE(a == b);
     a.SetValidate(false);
     a.SetMessageText(QString());
-    b.SetMessageText(QStringLiteral(""));
+    b.SetMessageText("");
     EXPECT_TRUE(a != b);
-    a.SetMessageText(QStringLiteral(""));
-    a.AppendDataStream(MakeStream(QStringLiteral("s"), {}, false));
-    b.AppendDataStream(MakeStream(QStringLiteral("s"), {}, true));
+    a.SetMessageText("");
+    a.AppendDataStream(MakeStream("s", {}, false));
+    b.AppendDataStream(MakeStream("s", {}, true));
     EXPECT_FALSE(a == b) << "nested objects are compared too";
 }
 
@@ -119,24 +113,23 @@ TEST(IRGObject, MergeCopiesSetPropertiesOnTopAndReadingAppendsToLists) {
     ControlMessage target = MakeCreateMessage();
     ControlMessage update;
     update.SetMessageType(ControlMessage::MessageType::Start);
-    update.SetMessageText(QStringLiteral("replaced"));
-    update.AppendStreamAddresses(QStringLiteral("tcp://added"));
+    update.SetMessageText("replaced");
+    update.AppendStreamAddresses("tcp://added");
     target.MergeRGObject(update);
     EXPECT_EQ(target.GetMessageType(), ControlMessage::MessageType::Start);
-    EXPECT_EQ(target.GetMessageText(), QStringLiteral("replaced"));
-    EXPECT_EQ(target.GetGroupName(), QStringLiteral("g1"));
-    EXPECT_EQ(target.GetStreamAddresses().last(), QStringLiteral("tcp://added"));
-    EXPECT_EQ(target.GetStreamAddresses().size(), 3);
+    EXPECT_EQ(target.GetMessageText(), "replaced");
+    EXPECT_EQ(target.GetGroupName(), "g1");
+    EXPECT_EQ(target.GetStreamAddresses(), (QVector<QString>{"tcp://a:1", "tcp://b:2", "tcp://added"}));
     EXPECT_THROW(target.MergeRGObject(Processor()), ReportException);
-    DataStream named = MakeStream(QStringLiteral("s"), {}, true);
+    DataStream named = MakeStream("s", {}, true);
     const DataStream before = named;
     named.MergeRGObject(DataStream());
     EXPECT_TRUE(named == before) << "an object without data has nothing to give";
 
-    ControlMessage sent = Query();
-    sent.AppendStreamAddresses(QStringLiteral("new"));
-    ControlMessage held = Query();
-    held.AppendStreamAddresses(QStringLiteral("old"));
+    ControlMessage sent = MakeQuery();
+    sent.AppendStreamAddresses("new");
+    ControlMessage held = MakeQuery();
+    held.AppendStreamAddresses("old");
     held.SetBinaryRepresentation(sent.GetBinaryRepresentation());
     EXPECT_EQ(held.GetStreamAddresses(), (QVector<QString>{"old", "new"}));
     held.SetXmlString(sent.GetXmlString(), true);
@@ -146,22 +139,22 @@ TEST(IRGObject, MergeCopiesSetPropertiesOnTopAndReadingAppendsToLists) {
 TEST(IRGObject, ResetAndResetToDefault) {
     DataSource source;
     source.SetProtocol(DataSource::Protocol::UDP);
-    source.SetAddress(QStringLiteral("udp://x"));
-    source.AppendFilter(QStringLiteral("f"));
+    source.SetAddress("udp://x");
+    source.AppendFilter("f");
     source.ResetToDefault();
     EXPECT_TRUE(source.IsProtocolSet() && source.IsByteOrderSet());
     EXPECT_EQ(source.GetProtocol(), DataSource::Protocol::SUB);
     EXPECT_FALSE(source.IsAddressSet());
     EXPECT_TRUE(source.GetAddress().isNull());
     EXPECT_TRUE(source.GetFilter().isEmpty());
-    source.SetDefaultAddress(QStringLiteral("tcp://default"));
+    source.SetDefaultAddress("tcp://default");
     source.ResetToDefault();
-    EXPECT_EQ(source.GetAddress(), QStringLiteral("tcp://default"));
+    EXPECT_EQ(source.GetAddress(), "tcp://default");
     source.Reset();
     EXPECT_FALSE(source.IsAddressSet() || source.IsProtocolSet());
     EXPECT_EQ(source.GetProtocol(), DataSource::Protocol::SUB);
 
-    DataStream stream = MakeStream(QStringLiteral("s"), {QStringLiteral("a")}, false);
+    DataStream stream = MakeStream("s", {"a"}, false);
     stream.SetDefaultRunning(true);
     stream.ResetRunning();
     EXPECT_FALSE(stream.IsRunningSet());
@@ -174,17 +167,17 @@ TEST(IRGObject, ResetAndResetToDefault) {
 }
 
 TEST(IRGObject, HeaderMustNameTheClassAndLengthsMustFit) {
-    const QByteArray query = Query().GetBinaryRepresentation();
+    const QByteArray query = MakeQuery().GetBinaryRepresentation();
     EXPECT_TRUE(MessageOf<BinaryParsingException>([&] {
                     Processor().SetBinaryRepresentation(query);
-                }).startsWith(QStringLiteral("Processor::SetBinaryRepresentation(...): ")))
+                }).startsWith("Processor::SetBinaryRepresentation(...): "))
         << "another class's data is refused";
     for (const QByteArray& cut : {query.left(7), query.left(query.size() - 1), QByteArray()}) {
         EXPECT_THROW(ControlMessage().SetBinaryRepresentation(cut), BinaryParsingException);
     }
 
-    ControlMessage withGroup = Query();
-    withGroup.SetGroupName(QStringLiteral("g"));
+    ControlMessage withGroup = MakeQuery();
+    withGroup.SetGroupName("g");
     const QByteArray body = WriteBinary(withGroup).mid(4);
     for (int delta : {-1, 1}) {
         QByteArray data = body + QByteArray(8, '\0');
@@ -192,8 +185,8 @@ TEST(IRGObject, HeaderMustNameTheClassAndLengthsMustFit) {
         ControlMessage read;
         EXPECT_EQ(
             MessageOf<BinaryParsingException>([&] { read.SetBinary(stream, int(body.size()) + delta); }),
-            QStringLiteral("ControlMessage::SetBinary(...): Length error occurred during processing of "
-                           "binary representation"))
+            "ControlMessage::SetBinary(...): Length error occurred during processing of "
+            "binary representation")
             << "a length off by " << delta;
         EXPECT_EQ(read.GetMessageType(), ControlMessage::MessageType::Query) << "what was read stays";
     }
@@ -211,13 +204,13 @@ TEST(IRGObject, ValidityHelpersMarkEachTypesInvalidValue) {
         return valid && !object.IsValid(value);
     };
     EXPECT_TRUE(invalidates(3) && invalidates(3u) && invalidates(qint64(3)) && invalidates(1.0f) &&
-                invalidates(1.0) && invalidates(QStringLiteral("")));
+                invalidates(1.0) && invalidates(QString("")));
     EXPECT_TRUE(object.IsValid(false) && object.IsValid(QDateTime::currentDateTime()));
     EXPECT_FALSE(object.IsValid(QDateTime()));
     EXPECT_EQ(object.GetObjectType(), UndefinedObjectType);
     DataSource typed;
     typed.SetObjectType(ConfigurationObjectType);
     EXPECT_EQ(DataSource(typed).GetObjectType(), ConfigurationObjectType);
-    EXPECT_EQ(typed.GetObjectName(), QStringLiteral("DataSource"));
+    EXPECT_EQ(typed.GetObjectName(), "DataSource");
     EXPECT_FALSE(IRGObject::GetVersion().isEmpty());
 }

@@ -43,6 +43,12 @@ inline QByteArray WriteBinary(const REPORTGENERATOR::IRGObject& object) {
     return bytes;
 }
 
+inline zalmsg::ControlMessage MakeQuery() {
+    zalmsg::ControlMessage message;
+    message.SetMessageType(zalmsg::ControlMessage::MessageType::Query);
+    return message;
+}
+
 inline zalmsg::DataStream MakeStream(const QString& name, const QVector<QString>& addresses, bool running) {
     zalmsg::DataStream stream;
     stream.SetName(name);

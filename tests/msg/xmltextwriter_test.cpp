@@ -12,25 +12,26 @@ using REPORTGENERATOR::XmlTextWriter;
 
 namespace {
 
-// What Qt's writer makes of one element holding `text` inside a root element.
-QString qtWrites(const QString& text) {
-    QString xml;
-    QXmlStreamWriter writer(&xml);
-    writer.writeStartElement(QStringLiteral("Root"));
-    writer.writeTextElement(QStringLiteral("Text"), text);
-    writer.writeStartElement(QStringLiteral("Empty"));
-    writer.writeEndElement();
-    writer.writeEndElement();
-    return xml;
-}
-
-XmlTextWriter directWrites(const QString& text) {
-    XmlTextWriter writer;
+// One element holding `text` and an empty one inside a root element, by Qt's writer or the direct one.
+template <class Writer>
+void writeSample(Writer& writer, const QString& text) {
     writer.writeStartElement(QStringLiteral("Root"));
     writer.writeTextElement(QLatin1String("Text"), text);
     writer.writeStartElement(QStringLiteral("Empty"));
     writer.writeEndElement();
     writer.writeEndElement();
+}
+
+QString qtWrites(const QString& text) {
+    QString xml;
+    QXmlStreamWriter writer(&xml);
+    writeSample(writer, text);
+    return xml;
+}
+
+XmlTextWriter directWrites(const QString& text) {
+    XmlTextWriter writer;
+    writeSample(writer, text);
     return writer;
 }
 

@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include "support/program.h"
 #include "support/tracecapture.h"
 #include "zal/processors/plugin.h"
 #include "zal/processors/pluginmanager.h"
@@ -39,16 +39,6 @@ const QString traceOfFailedLoad = QStringLiteral("impl\\pluginmanager:113 Could 
 // The traces of loads that failed; a create that no plug-in serves adds a trace of its own.
 QStringList failedLoads(const zaltest::TraceCapture& trace) {
     return trace.lines().filter(QRegularExpression("^" + QRegularExpression::escape(traceOfFailedLoad)));
-}
-
-QString extraDirectory() {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/extra-plugins");
-}
-
-// A file with a library's name that no loader accepts.
-bool writeBrokenLibrary(const QTemporaryDir& directory, const QString& fileName) {
-    QFile file(directory.filePath(fileName));
-    return directory.isValid() && file.open(QIODevice::WriteOnly) && file.write("not a shared library") > 0;
 }
 
 // A plug-in made by the host program itself, with whatever name and types a test needs.
@@ -101,7 +91,7 @@ TEST(PluginManager, AMissingOrBrokenLibraryGivesNullAndATraceEveryTime) {
         << "the loader's reason follows: " << failedLoads(trace).at(1).toStdString();
 
     QTemporaryDir directory;
-    ASSERT_TRUE(writeBrokenLibrary(directory, "broken.so"));
+    zaltest::writeFile(directory.filePath("broken.so"), "not a shared library");
     PluginManager withBroken(QStringList{directory.path()});
     EXPECT_EQ(withBroken.getPlugin("broken.Echo"), nullptr);
     const qsizetype traced = trace.lines().size();
@@ -117,11 +107,12 @@ TEST(PluginManager, SearchesExtraDirectoriesAndThePluginPathAfterTheApplicationD
     PluginManager plain;
     EXPECT_EQ(plain.getPlugin("extraplugin.Echo"), nullptr);
 
-    PluginManager withExtra(QStringList{extraDirectory()});
+    const QString extra = QCoreApplication::applicationDirPath() + "/extra-plugins";
+    PluginManager withExtra(QStringList{extra});
     EXPECT_NE(create(withExtra, "extraplugin.Echo"), nullptr);
     EXPECT_EQ(names(withExtra.getPlugins()), (QStringList{"base", "extraplugin"}));
 
-    qputenv("ZAL_PLUGIN_PATH", "/nonexistent::" + extraDirectory().toLocal8Bit());
+    qputenv("ZAL_PLUGIN_PATH", "/nonexistent::" + extra.toLocal8Bit());
     EXPECT_NE(PluginManager().getPlugin("extraplugin.Echo"), nullptr);
     qunsetenv("ZAL_PLUGIN_PATH");
 }

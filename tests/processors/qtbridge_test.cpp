@@ -2,11 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QThread>
 #include <QTimer>
-#include <chrono>
-#include <functional>
 
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
@@ -32,16 +31,10 @@ public:
 
     // Runs the main thread's event loop until `count` messages arrived, or `ms` passed.
     bool waitFor(qsizetype count, int ms = 5000) {
-        if (received.size() < count) {
-            QEventLoop loop;
-            QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-            check = [&] {
-                if (received.size() >= count) {
-                    loop.quit();
-                }
-            };
-            loop.exec();
-            check = nullptr;
+        const QDeadlineTimer deadline(ms);
+        QTimer::singleShot(ms, [] {});  // so that the wait below ends by the deadline
+        while (received.size() < count && !deadline.hasExpired()) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
         return received.size() >= count;
     }
@@ -54,13 +47,7 @@ public slots:
         } else {
             received << QString::fromLatin1(type + ':' + data);
         }
-        if (check) {
-            check();
-        }
     }
-
-private:
-    std::function<void()> check;
 };
 
 class QtBridgeTest : public ::testing::Test {
@@ -173,10 +160,6 @@ TEST_F(QtBridgeTest, AnEmptyFilterListSubscribesToEverythingBeyondAPauseAndParam
               "Cannot get list of parameters");
     EXPECT_EQ(client.refusal(endpoint, Helper::makeSetParameterMessage("p", "1")),
               "Cannot set parameter: p (this processor has no parameters)");
-    EXPECT_EQ(client.refusal(endpoint, Helper::makeGetParameterMessage("p")),
-              "Cannot get parameter: p (this processor has no parameters)");
-    EXPECT_EQ(client.refusal(endpoint, Helper::makeStartNewRecordingMessage("r")),
-              "Cannot start new recording: ");
 }
 
 TEST_F(QtBridgeTest, LeavesTheRepositoryWhenItsThreadEnds) {

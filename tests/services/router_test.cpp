@@ -17,6 +17,12 @@ using namespace zal;
 
 namespace {
 
+RouterOptions droppingMalformed() {
+    RouterOptions options;
+    options.dropMalformed = true;
+    return options;
+}
+
 const std::string serviceIdentity = "inproc://zal/service";
 
 using zaltest::RunningRouter;
@@ -44,12 +50,6 @@ void awaitRoute(zaltest::FrontendClient& client, zmq::socket_t& peer) {
     FAIL() << "the inside peer never became reachable";
 }
 
-RouterOptions droppingMalformed() {
-    RouterOptions options;
-    options.dropMalformed = true;
-    return options;
-}
-
 }  // namespace
 
 // The library's default, which a configuration may ask for on a TCP frontend.
@@ -69,7 +69,7 @@ TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
 
     auto hostile = zaltest::makeSocket(zmq::socket_type::dealer);
     ZmqHelper::connectSocket(hostile, *router.frontend, "hostile");
-    const QByteArray service = zaltest::identityFrame(serviceIdentity);
+    const QByteArray service = ControlMessageHelper::makeIdentity(serviceIdentity);
     const std::vector<std::vector<QByteArray>> malformed = {
         {"one frame"}, {"", service}, {"", service, "payload", "surplus"}, {"", service, "p", "s1", "s2"}};
     for (const auto& frames : malformed) {
@@ -79,7 +79,7 @@ TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
     zaltest::sendFrames(hostile, {"", service, "well-formed"});
     auto inside = zaltest::receiveFrames(peer);
     ASSERT_EQ(inside.size(), 3u) << "only the well-formed request is forwarded";
-    EXPECT_EQ(inside[1], zaltest::identityFrame("hostile"));
+    EXPECT_EQ(inside[1], ControlMessageHelper::makeIdentity("hostile"));
     EXPECT_EQ(inside[2], "well-formed");
     zaltest::sendFrames(peer, {"", inside[1], "answered"});
     EXPECT_EQ(zaltest::receiveFrames(hostile), (std::vector<QByteArray>{"", service, "answered"}));
@@ -129,20 +129,17 @@ TEST(Router, APeerThatLeftOrStopsReadingStallsNobodyWhenDroppingIsOn) {
     silent.set(zmq::sockopt::rcvhwm, 1);
     silent.set(zmq::sockopt::linger, 0);
     ZmqHelper::connectSocket(silent, *router.frontend);
-    zaltest::sendFrames(silent, {"", zaltest::identityFrame(serviceIdentity), "ask"});
+    zaltest::sendFrames(silent, {"", ControlMessageHelper::makeIdentity(serviceIdentity), "ask"});
     const auto asked = zaltest::receiveFrames(peer);
     ASSERT_EQ(asked.size(), 3u);
     // Replies for it until the router takes no more (it is stuck) or plenty went out.
-    const std::string reply(16 * 1024, 'r');
-    const std::string to(asked[1].constData(), static_cast<size_t>(asked[1].size()));
+    const QByteArray reply(16 * 1024, 'r');
     for (int i = 0; i < 6000; ++i) {
         zmq_pollitem_t writable{peer.handle(), 0, ZMQ_POLLOUT, 0};
         if (zmq_poll(&writable, 1, 500) != 1) {
             break;
         }
-        (void)peer.send(zmq::const_buffer("", 0), zmq::send_flags::sndmore);
-        (void)peer.send(zmq::buffer(to), zmq::send_flags::sndmore);
-        (void)peer.send(zmq::buffer(reply), zmq::send_flags::none);
+        zaltest::sendFrames(peer, {"", asked[1], reply});
     }
 
     client.send(serviceIdentity, "am I served?");

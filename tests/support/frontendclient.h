@@ -7,6 +7,13 @@
 
 namespace zaltest {
 
+// A request for a processor of `type` that publishes `stream` at `address`.
+inline zalmsg::ControlMessage createRequest(const std::string& type, const std::string& name,
+                                            const std::string& stream, const std::string& address) {
+    return zal::ControlMessageHelper::makeCreateProcessorMessage(
+        type, name, zal::ControlMessageHelper::makeProcessorConfig(stream, address));
+}
+
 // Sends: empty delimiter, destination identity (with its zero byte), payload. A reply arrives
 // as: empty delimiter, the replying service's identity, payload.
 class FrontendClient {

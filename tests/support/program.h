@@ -1,19 +1,30 @@
-// Runs the project's programs as a user would: by path, with arguments and environment, bounded in time.
+// Runs the project's programs as a user would (by path, with arguments and environment, bounded in
+// time) and writes the files they read.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
 #include <algorithm>
+#include <csignal>
 
 #include "zal/platform/applicationdirectory.h"
 
 namespace zaltest {
+
+// Writes `content` to `path`; the path.
+inline QString writeFile(const QString& path, const QByteArray& content) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size())
+        << path.toStdString();
+    return path;
+}
 
 struct Outcome {
     int status = -1;  // -1: crashed or killed
@@ -55,9 +66,8 @@ public:
         }
     }
 
-    // Reads output until `text` appears after whatever an earlier call found, and returns the
-    // line (up to a newline or carriage return) around it; a null string after timeoutMs.
-    // Progress lines that end in a carriage return count as lines.
+    // Reads output until `text` appears after whatever an earlier call found, and returns the line
+    // around it (progress lines end in a carriage return); a null string after timeoutMs.
     QString awaitLine(const QString& text, int timeoutMs = 20000) {
         QDeadlineTimer deadline(timeoutMs);
         for (;;) {
@@ -77,10 +87,10 @@ public:
         }
     }
 
-    // Sends SIGTERM and returns the exit status, -1 when it crashed or did not end in time.
-    int terminate(int timeoutMs = 30000) {
-        process.terminate();
-        if (!process.waitForFinished(timeoutMs)) {
+    // Sends `signal` and returns the exit status, -1 when it crashed or did not end within 30 s.
+    int terminate(int signal = SIGTERM) {
+        const qint64 pid = process.processId();
+        if (pid <= 0 || ::kill(static_cast<pid_t>(pid), signal) != 0 || !process.waitForFinished(30000)) {
             return -1;
         }
         seen += QString::fromLocal8Bit(process.readAll());

@@ -1,5 +1,5 @@
 // Test helpers for raw sockets (made in the process context, whole messages read with a bound) and
-// for waiting on a condition with a bound, and the text of what a call throws.
+// for waiting on a condition with a bound, and what a call throws.
 #pragma once
 
 #include <QByteArray>
@@ -74,9 +74,15 @@ std::string whatOf(F&& f) {
     return std::string();
 }
 
-// Identities travel with a terminating zero byte; this is the identity frame a peer sees.
-inline QByteArray identityFrame(const std::string& identity) {
-    return QByteArray(identity.c_str(), static_cast<qsizetype>(identity.size() + 1));
+// The number of the ZeroMQ error that `f` throws; 0 when it throws none.
+template <class F>
+int zmqErrorOf(F&& f) {
+    try {
+        f();
+    } catch (const zmq::error_t& e) {
+        return e.num();
+    }
+    return 0;
 }
 
 }  // namespace zaltest

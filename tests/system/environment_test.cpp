@@ -23,12 +23,8 @@ TEST(SystemScale, ShutsDownTwentyGroupsOfTenProcessorsWhileDataFlows) {
             const std::string sink = "sink" + std::to_string(p);
             const std::string address = "inproc://scale/" + name + "/" + source;
             const std::string group = Endpoints::getGroupEndpoint(name, manager);
-            client.succeed(group,
-                           Helper::makeCreateProcessorMessage("testplugin.Source", source,
-                                                              Helper::makeProcessorConfig(source, address)));
-            client.succeed(
-                group, Helper::makeCreateProcessorMessage(
-                           "testplugin.Sink", sink, Helper::makeProcessorConfig(sink, address + "/sink")));
+            client.succeed(group, zaltest::createRequest("testplugin.Source", source, source, address));
+            client.succeed(group, zaltest::createRequest("testplugin.Sink", sink, sink, address + "/sink"));
             client.succeed(Endpoints::getProcessorEndpoint(name, sink, manager),
                            Helper::makeConnectStreamMessage(source, address, ""));
             client.succeed(Endpoints::getProcessorEndpoint(name, source, manager),
@@ -37,10 +33,9 @@ TEST(SystemScale, ShutsDownTwentyGroupsOfTenProcessorsWhileDataFlows) {
     }
     // Data is flowing to the last sink before the shutdown starts.
     const std::string lastSink = Endpoints::getProcessorEndpoint("g19", "sink4", manager);
-    const auto count = [&] {
-        return client.succeed(lastSink, Helper::makeGetParameterMessage("count")).GetParameter().toInt();
-    };
-    EXPECT_TRUE(zaltest::eventually([&] { return count() > 0; }));
+    EXPECT_TRUE(zaltest::eventually([&] {
+        return client.succeed(lastSink, Helper::makeGetParameterMessage("count")).GetParameter().toInt() > 0;
+    }));
 
     // Destroying the environment stops every thread and closes every socket, or it never returns.
     environment.reset();

@@ -2,13 +2,12 @@
 // and the environment go on serving; Shutdown completes while requests are still arriving.
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <chrono>
 #include <future>
-#include <thread>
 
 #include "support/frontendclient.h"
+#include "support/program.h"
 #include "support/qtprinters.h"
 #include "support/requestflood.h"
 #include "support/tracecapture.h"
@@ -35,15 +34,13 @@ class Faults : public ::testing::Test {
 protected:
     void SetUp() override {
         client.succeed(manager, Helper::makeCreateProcessorGroupMessage("g"));
-        client.succeed(group, Helper::makeCreateProcessorMessage(
-                                  "testplugin.Source", "src",
-                                  Helper::makeProcessorConfig("data", "inproc://faults/data")));
+        client.succeed(group,
+                       zaltest::createRequest("testplugin.Source", "src", "data", "inproc://faults/data"));
     }
 
     QString create(const std::string& type, const std::string& name) {
         const Message reply = client.request(
-            group, Helper::makeCreateProcessorMessage(
-                       type, name, Helper::makeProcessorConfig(name + "-out", "inproc://faults/" + name)));
+            group, zaltest::createRequest(type, name, name + "-out", "inproc://faults/" + name));
         return reply.GetResultType() == Message::ResultType::Success ? QString() : reply.GetMessageText();
     }
 
@@ -136,12 +133,8 @@ TEST_F(Faults, AHandlerThatBlocksHoldsUpOnlyItsOwnProcessor) {
 // handler: it completes within a bound and leaves nothing serving.
 TEST(FaultsShutdown, CompletesWhileRequestsAreInFlight) {
     QTemporaryDir dir;
-    const QString config = dir.filePath("shutdown.ini");
-    {
-        QFile file(config);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("EnvironmentAddress=tcp://127.0.0.1:*\n");
-    }
+    const QString config =
+        zaltest::writeFile(dir.filePath("shutdown.ini"), "EnvironmentAddress=tcp://127.0.0.1:*\n");
     EnvironmentDll instance("zaltest-shutdown");
     {
         // A configuration that is missing starts nothing, and the trace says why.
@@ -167,10 +160,9 @@ TEST(FaultsShutdown, CompletesWhileRequestsAreInFlight) {
         zaltest::FrontendClient setup(frontend);
         for (const std::string name : {"a", "b", "c"}) {
             setup.succeed(manager, Helper::makeCreateProcessorGroupMessage(name));
-            setup.succeed(Endpoints::getGroupEndpoint(name, manager),
-                          Helper::makeCreateProcessorMessage(
-                              "testplugin.Sink", "p",
-                              Helper::makeProcessorConfig("s", "inproc://faults/shutdown/" + name)));
+            setup.succeed(
+                Endpoints::getGroupEndpoint(name, manager),
+                zaltest::createRequest("testplugin.Sink", "p", "s", "inproc://faults/shutdown/" + name));
         }
         // Blocked until the 10 s bound of its handler runs out: Shutdown has to wait for it.
         setup.send(Endpoints::getProcessorEndpoint("a", "p", manager),

@@ -28,10 +28,9 @@ protected:
     static std::string at(const std::string& processor) {
         return Endpoints::getProcessorEndpoint("g", processor, manager);
     }
-    Message create(const std::string& type, const std::string& name, const std::string& stream,
-                   const std::string& address) {
-        return client.request(group, Helper::makeCreateProcessorMessage(
-                                         type, name, Helper::makeProcessorConfig(stream, address)));
+    void create(const std::string& type, const std::string& name, const std::string& stream,
+                const std::string& address) {
+        client.succeed(group, zaltest::createRequest(type, name, stream, address));
     }
     QVector<zalmsg::DataStream> streams(const std::string& processor) {
         return client.succeed(at(processor), Helper::makeQueryStreamsMessage()).GetDataStream();
@@ -46,12 +45,10 @@ protected:
 }  // namespace
 
 TEST_F(FirstHour, ARefusedCreateLeavesTheStreamOfItsNameToItsOwner) {
-    ASSERT_EQ(create("demo.Generator", "a", "s", "inproc://first/a").GetResultType(),
-              Message::ResultType::Success);
-    const Message refused = create("demo.Generator", "b", "s", "inproc://first/b");
-    EXPECT_EQ(refused.GetResultType(), Message::ResultType::Error);
-    EXPECT_TRUE(refused.GetMessageText().contains("'s' already exists"))
-        << refused.GetMessageText().toStdString();
+    create("demo.Generator", "a", "s", "inproc://first/a");
+    const QString refused =
+        client.refusal(group, zaltest::createRequest("demo.Generator", "b", "s", "inproc://first/b"));
+    EXPECT_TRUE(refused.contains("'s' already exists")) << refused.toStdString();
 
     const Message resolved = client.succeed(names, Helper::makeResolveStreamMessage("s"));
     EXPECT_EQ(resolved.GetProcessorName(), "a");

@@ -26,12 +26,10 @@ int cycleCount() {
     return ok && cycles > 0 ? cycles : 1000;
 }
 
-// Resident memory may grow by this much over the cycles. Thread stacks, sockets and messages of
-// the cycles are all returned, but glibc keeps some freed memory in its per-thread arenas and
-// libzmq its message pools; a leak of one processor's or group's state per cycle (several KiB)
-// over 1000 cycles shows far above it. Under AddressSanitizer freed memory sits in quarantine
-// and LeakSanitizer checks for leaks at exit instead, so the bound only guards against runaways.
-// The sanitizer runtimes also start a background thread of their own when they first need it.
+// Resident memory may grow by this much over the cycles: glibc's arenas and libzmq's pools keep some
+// freed memory, while a leak of one processor's or group's state per cycle (several KiB) over 1000
+// cycles shows far above it. Under a sanitizer freed memory sits in quarantine and LeakSanitizer
+// checks at exit instead, and the runtime starts a background thread of its own when it needs one.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr long long rssToleranceKiB = 512 * 1024;
 constexpr int runtimeThreads = 1;
@@ -42,15 +40,11 @@ constexpr int runtimeThreads = 0;
 
 class Soak : public ::testing::Test {
 protected:
-    void succeed(const std::string& destination, const zalmsg::ControlMessage& request) {
-        client.succeed(destination, request);
-    }
     // A demo processor publishing `stream` at inproc://soak/<stream>.
     void create(const std::string& group, const std::string& type, const std::string& name,
                 const std::string& stream) {
-        succeed(group,
-                Helper::makeCreateProcessorMessage(
-                    "demo." + type, name, Helper::makeProcessorConfig(stream, "inproc://soak/" + stream)));
+        client.succeed(group,
+                       zaltest::createRequest("demo." + type, name, stream, "inproc://soak/" + stream));
     }
     long long messages(const std::string& counter) {
         return client.succeed(counter, Helper::makeGetParameterMessage("messages"))
@@ -82,16 +76,16 @@ protected:
     void cycle(bool checkData) {
         const std::string group = Endpoints::getGroupEndpoint("cycle", manager);
         const std::string counter = Endpoints::getProcessorEndpoint("cycle", "counter", manager);
-        succeed(manager, Helper::makeCreateProcessorGroupMessage("cycle"));
+        client.succeed(manager, Helper::makeCreateProcessorGroupMessage("cycle"));
         create(group, "Generator", "gen", "local");
         create(group, "Counter", "counter", "counted");
-        succeed(counter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
-        succeed(counter, Helper::makeConnectStreamMessage("local", "inproc://soak/local", ""));
+        client.succeed(counter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
+        client.succeed(counter, Helper::makeConnectStreamMessage("local", "inproc://soak/local", ""));
         if (checkData) {
             EXPECT_TRUE(awaitData(counter));
         }
-        succeed(group, Helper::makeDeleteProcessorMessage("counter"));
-        succeed(manager, Helper::makeDeleteProcessorGroupMessage("cycle"));
+        client.succeed(group, Helper::makeDeleteProcessorMessage("counter"));
+        client.succeed(manager, Helper::makeDeleteProcessorGroupMessage("cycle"));
     }
 
     Environment environment{"inproc://zaltest/soak/frontend"};
@@ -104,12 +98,12 @@ TEST_F(Soak, GroupsAndProcessorsComeAndGoWhileDataFlowsAndLeaveNothingBehind) {
     // The lasting flow: a generator in a group of its own, counted by a lasting counter.
     const std::string flow = Endpoints::getGroupEndpoint("flow", manager);
     const std::string lastingCounter = Endpoints::getProcessorEndpoint("flow", "counter", manager);
-    succeed(manager, Helper::makeCreateProcessorGroupMessage("flow"));
+    client.succeed(manager, Helper::makeCreateProcessorGroupMessage("flow"));
     create(flow, "Generator", "gen", "flow");
-    succeed(Endpoints::getProcessorEndpoint("flow", "gen", manager),
-            Helper::makeSetParameterMessage("rate", "2000"));
+    client.succeed(Endpoints::getProcessorEndpoint("flow", "gen", manager),
+                   Helper::makeSetParameterMessage("rate", "2000"));
     create(flow, "Counter", "counter", "sum");
-    succeed(lastingCounter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
+    client.succeed(lastingCounter, Helper::makeConnectStreamMessage("flow", "inproc://soak/flow", ""));
     ASSERT_TRUE(awaitData(lastingCounter));
 
     // Warm-up: plug-ins loaded, allocator arenas and pools at their working size.

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <thread>
 
+#include "support/sockets.h"
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/threads/zmqcontrollablethread.h"
 #include "zal/threads/zmqthreadcontroller.h"
@@ -19,15 +20,9 @@ namespace {
 // What a service is to do: "" for a step that succeeds, "?" to throw something that is no
 // std::exception, "refuse" for an initialize that returns false, other text to throw it.
 struct Script {
-    Script(std::string initialize = {}, std::string process = {}, std::string release = {},
-           std::shared_future<void> goAhead = {})
-        : initialize(std::move(initialize)),
-          process(std::move(process)),
-          release(std::move(release)),
-          goAhead(std::move(goAhead)) {}
-    std::string initialize, process, release;
+    std::string initialize{}, process{}, release{};
     // process() waits for this before it fails, so the creator has surely stopped waiting.
-    std::shared_future<void> goAhead;
+    std::shared_future<void> goAhead{};
 };
 
 // A service whose every step is logged, readable from the test thread. Every real service loops on
@@ -59,14 +54,11 @@ public:
         std::lock_guard<std::mutex> lock(mutex);
         return log;
     }
+    // What the start of a service with this script throws; empty when it starts.
     static std::string startFailure(Script script) {
         log.clear();
-        try {
-            ZmqControllableThread<ScriptedService> thread(new ScriptedService(std::move(script)));
-        } catch (const ThreadError& e) {
-            return e.what();
-        }
-        return "<started>";
+        return zaltest::whatOf<ThreadError>(
+            [&] { ZmqControllableThread<ScriptedService> thread(new ScriptedService(std::move(script))); });
     }
     static inline Events log;
 

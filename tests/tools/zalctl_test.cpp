@@ -3,19 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
-#include <chrono>
 #include <csignal>
 #include <future>
 
+#include "msg/msgtesthelpers.h"
 #include "support/program.h"
 #include "support/qtprinters.h"
 #include "support/sockets.h"
 #include "zal/host/environment.h"
 #include "zal/msg/configtool.h"
 #include "zal/msg/controlmessagehelper.h"
-#include "zal/platform/applicationdirectory.h"
 #include "zal/transport/curvekeys.h"
 #include "zal/transport/zmqhelper.h"
 
@@ -38,48 +36,29 @@ Outcome zalctl(const QString& line,
 
 // A step of a session: the command, its exit status and its output; an output ending in "..." is a
 // prefix.
-struct Step {
-    QString line;
-    int status;
-    QString out;
-};
-
-void expectSteps(const QString& endpoint, std::initializer_list<Step> steps) {
-    for (const Step& step : steps) {
-        SCOPED_TRACE(step.line.toStdString());
-        const Outcome r = zalctl("-e " + endpoint + " " + step.line);
-        EXPECT_EQ(r.status, step.status) << r.err.toStdString();
-        if (step.out.endsWith("...")) {
-            EXPECT_TRUE(r.out.startsWith(step.out.chopped(3))) << r.out.toStdString();
-        } else {
-            EXPECT_EQ(r.out, step.out);
-        }
-    }
-}
+using Step = std::tuple<QString, int, QString>;
 
 class Zalctl : public ::testing::Test {
 protected:
     Outcome run(const QString& line) { return zalctl("-e " + frontend + " " + line); }
+    void expectSteps(std::initializer_list<Step> steps) {
+        for (const auto& [line, status, out] : steps) {
+            SCOPED_TRACE(line.toStdString());
+            const Outcome r = run(line);
+            EXPECT_EQ(r.status, status) << r.err.toStdString();
+            if (out.endsWith("...")) {
+                EXPECT_TRUE(r.out.startsWith(out.chopped(3))) << r.out.toStdString();
+            } else {
+                EXPECT_EQ(r.out, out);
+            }
+        }
+    }
     // The output of a command that must succeed.
     QString ok(const QString& line) {
         const Outcome r = run(line);
         EXPECT_EQ(r.status, 0) << line.toStdString() << "\n" << r.out.toStdString() << r.err.toStdString();
         EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
         return r.out;
-    }
-    // Runs `line` (and `meanwhile`) until its output is `wanted` or, without one, no longer
-    // `from`, within a bound; the last output.
-    QString await(const QString& line, const QString& from, const QString& wanted = {},
-                  const QString& meanwhile = {}) {
-        QString out;
-        zaltest::eventually([&] {
-            if (!meanwhile.isEmpty()) {
-                ok(meanwhile);
-            }
-            out = ok(line);
-            return wanted.isNull() ? out != from : out == wanted;
-        });
-        return out;
     }
 
     zal::Environment environment{"tcp://127.0.0.1:*"};
@@ -98,7 +77,6 @@ TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
               "Success\nenv\n");
     EXPECT_EQ(zalctl("--endpoint " + frontend + " --timeout 5000 delete-group env", environment).status, 0);
     expectSteps(
-        frontend,
         {{"groups", 0, "Success\n"},
          {"create-group g2", 0, "Success\n"},
          {"create-group g", 0, "Success\n"},
@@ -124,8 +102,6 @@ TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
          {"processors g", 0, "Success\nbridge\nsink\nsrc\n"},
          {"delete g bridge", 0, "Success\n"},
          {"delete g bridge", 2, "Error: A processor with the name 'bridge' does not exists.\n"},
-         {"--timeout 300 list g bridge", 2, ""},
-         {"--timeout 300 get nogroup p x", 2, ""},
          {"streams g sink", 0, "Success\nsunk  inproc://ctl/a,inproc://ctl/b  running\n"},
          {"sources g sink", 0,
           "Success\ninproc://ctl/in  filters: t1,t2\ntcp://[::1]:7000  filters: (all)\n"},
@@ -159,21 +135,24 @@ TEST_F(Zalctl, ConnectsByStreamNameOrAddressAndDataFlows) {
     ASSERT_EQ(resolved.size(), 4) << resolved.join('|').toStdString();
     const QString address = resolved[2].mid(QString("address: ").size());
     EXPECT_FALSE(address.endsWith('*')) << "the wildcard port comes back resolved";
-    expectSteps(frontend, {{"streams g src", 0, "Success\ndata  " + address + "  running\n"},
-                           {"connect g sink data --filter keep", 0, "Success\n"},
-                           {"sources g sink", 0, "Success\n" + address + "  filters: keep\n"},
-                           {"connect g other --stream-name data --address " + address, 0, "Success\n"},
-                           {"sources g other", 0, "Success\n" + address + "  filters: (all)\n"},
-                           {"connect g sink nothing", 2,
-                            "Cannot resolve stream 'nothing': Error: 'nothing' does not exist\n"}});
+    expectSteps({{"streams g src", 0, "Success\ndata  " + address + "  running\n"},
+                 {"connect g sink data --filter keep", 0, "Success\n"},
+                 {"sources g sink", 0, "Success\n" + address + "  filters: keep\n"},
+                 {"connect g other --stream-name data --address " + address, 0, "Success\n"},
+                 {"sources g other", 0, "Success\n" + address + "  filters: (all)\n"},
+                 {"connect g sink nothing", 2,
+                  "Cannot resolve stream 'nothing': Error: 'nothing' does not exist\n"}});
 
     // A subscription reaches the publisher asynchronously: publish until the first message arrives.
-    await("get g sink count", "Success\n0\n", {}, "set g src publish keep:probe");
+    EXPECT_TRUE(zaltest::eventually([&] {
+        ok("set g src publish keep:probe");
+        return ok("get g sink count") != "Success\n0\n";
+    }));
     // Cleared after the stop, so that a late probe is either forgotten or arrives while stopped.
     EXPECT_EQ(ok("stop g sink data"), "Success\n");
     ok("set g sink clear x");
     ok("set g src publish keep:while-stopped");
-    await("get g sink count", "Success\n0\n");
+    EXPECT_TRUE(zaltest::eventually([&] { return ok("get g sink count") != "Success\n0\n"; }));
     EXPECT_EQ(ok("get g sink received"), "Success\n\n") << "a stopped stream keeps nothing";
 
     EXPECT_EQ(ok("start g sink data"), "Success\n");
@@ -181,16 +160,14 @@ TEST_F(Zalctl, ConnectsByStreamNameOrAddressAndDataFlows) {
     for (const char* message : {"drop:1", "keep:2", "keeper:3"}) {
         ok(QString("set g src publish ") + message);
     }
-    EXPECT_EQ(await("get g sink received", {}, "Success\nkeep=2;keeper=3\n"), "Success\nkeep=2;keeper=3\n")
+    zaltest::eventually([&] { return ok("get g sink received") == "Success\nkeep=2;keeper=3\n"; });
+    EXPECT_EQ(ok("get g sink received"), "Success\nkeep=2;keeper=3\n")
         << "a filter is a prefix of the topics it lets through";
 }
 
 TEST(ZalctlExit, UsageErrorsExit64WithTheReasonOnStandardError) {
     QTemporaryDir dir;
-    const QString bad = dir.filePath("bad.key");
-    QFile file(bad);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("not a key\n") > 0);
-    file.close();
+    const QString bad = zaltest::writeFile(dir.filePath("bad.key"), "not a key\n");
     const QString serverKey = QString::fromStdString(zal::CurveKeys::generate().publicKey);
     const QString server = "--curve-server-key " + serverKey;
     const QString secret =
@@ -270,11 +247,7 @@ TEST(ZalctlExit, SilenceWarningsAndUnreadableRepliesHaveStatusesOfTheirOwn) {
         return outcome;
     };
     Message reply = zal::ControlMessageHelper::makeQueryStreamsMessage();
-    zalmsg::DataStream stream;
-    stream.SetName("out");
-    stream.SetAddress({"tcp://127.0.0.1:7000", "inproc://out"});
-    stream.SetRunning(true);
-    reply.AppendDataStream(stream);
+    reply.AppendDataStream(msgtest::MakeStream("out", {"tcp://127.0.0.1:7000", "inproc://out"}, true));
     zal::ConfigTool::setWarningMessage(reply, "careful");
     Outcome r = serve("streams g p", zal::ControlMessageHelper::toPayload(reply));
     EXPECT_EQ(r.status, 1);
@@ -338,10 +311,7 @@ TEST_F(Zalctl, ANameThatDoesNotExistIsNamedAndOnlySilenceIsATimeOut) {
         return run("--timeout 20000 set g1 counter block inproc://zalctl/release").status;
     });
     Outcome busy;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while ((busy = run("--timeout 500 get g1 counter count")).status == 0 &&
-           std::chrono::steady_clock::now() < deadline) {
-    }
+    zaltest::eventually([&] { return (busy = run("--timeout 500 get g1 counter count")).status != 0; });
     EXPECT_EQ(busy.status, 3);
     EXPECT_TRUE(
         busy.err.endsWith("(no reply from inproc://zal/g1/counter; processor 'counter' in group 'g1' "
@@ -366,12 +336,8 @@ TEST_F(Zalctl, WatchPrintsARoundASecondUntilInterruptedAndRefusesAParameterThatD
     EXPECT_TRUE(r.out.startsWith("Error: Cannot get parameter: nope")) << r.out.toStdString();
     EXPECT_EQ(run("watch g src").status, 64);
 
-    QProcess watch;
-    watch.start(zal::applicationDirectory() + "/zalctl", {"-e", frontend, "watch", "g", "src", "sent"});
-    ASSERT_TRUE(watch.waitForReadyRead(20000));
-    ::kill(static_cast<pid_t>(watch.processId()), SIGINT);
-    ASSERT_TRUE(watch.waitForFinished(20000));
-    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(watch.exitCode(), 0);
-    EXPECT_TRUE(watch.readAllStandardOutput().startsWith("g/src: sent=0\n"));
+    zaltest::RunningProgram watch("zalctl", {"-e", frontend, "watch", "g", "src", "sent"});
+    ASSERT_FALSE(watch.awaitLine("g/src: ").isNull());
+    EXPECT_EQ(watch.terminate(SIGINT), 0);
+    EXPECT_TRUE(watch.output().startsWith("g/src: sent=0\n")) << watch.output().toStdString();
 }

@@ -35,12 +35,7 @@ struct StagedBind {
 };
 
 int bindError(zmq::socket_t& socket, std::string address) {
-    try {
-        ZmqHelper::bindSocket(socket, address, &StagedBind::bind);
-    } catch (const zmq::error_t& e) {
-        return e.num();
-    }
-    return 0;
+    return zaltest::zmqErrorOf([&] { ZmqHelper::bindSocket(socket, address, &StagedBind::bind); });
 }
 
 }  // namespace
@@ -78,12 +73,7 @@ TEST(ZmqHelper, RealConflictsAndBadAddressesFail) {
     std::string address = zaltest::uniqueInproc("taken");
     ZmqHelper::bindSocket(holder, address);
     std::string again = address;
-    try {
-        ZmqHelper::bindSocket(latecomer, again);
-        FAIL() << "a second bind of one address succeeded";
-    } catch (const zmq::error_t& e) {
-        EXPECT_EQ(e.num(), EADDRINUSE);
-    }
+    EXPECT_EQ(zaltest::zmqErrorOf([&] { ZmqHelper::bindSocket(latecomer, again); }), EADDRINUSE);
     EXPECT_EQ(again, address) << "a failed bind must not rewrite the address";
 
     EXPECT_THROW(ZmqHelper::bindSocket(latecomer), zmq::error_t);

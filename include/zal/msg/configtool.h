@@ -16,6 +16,9 @@ namespace zal {
 // exactly. Absence is a result (false, -1, null, empty), never an exception.
 class ConfigTool {
 public:
+    // A copy that shares no storage with the original, for a configuration handed to another thread:
+    // Qt's implicit sharing reads its reference count unordered, so two threads must not share a block.
+    static zalmsg::Processor unsharedCopy(const zalmsg::Processor& processor);
     static int indexOfDataSource(const zalmsg::Processor& processor, const QString& address);
     static bool addDataSource(zalmsg::Processor& processor, const QString& address);
     // Empty filters reset the source's list (a catch-all); otherwise true when any was new.

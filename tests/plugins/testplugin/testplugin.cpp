@@ -98,12 +98,10 @@ private:
     long long sent = 0;
 };
 
-// Parameters: "received" reads "topic=data" of every message kept, joined by ";"; "count" reads how
-// many arrived; "clear" forgets them. Keeps nothing while stopped. Data with the topic "throw"
-// makes its handler throw a std::exception, "throw-other" something that is not one, and neither
-// is counted; the parameters "throw" and "throw-other" throw the same way from the control path.
-// "block" = an address holds the control handler until a message arrives there, or for at most
-// 10 s (then the request is refused): a test releases it when it has seen what it wanted.
+// Parameters: "received" reads "topic=data" of the messages kept (none while stopped), joined by
+// ";"; "count" how many arrived; "clear" forgets them. The topic or parameter "throw" throws a
+// std::exception from its handler, "throw-other" something else (such data is not counted).
+// "block" = an address holds the control handler until a message arrives there (or refuses after 10 s).
 class Sink : public zal::StreamProcessor {
 public:
     explicit Sink(const zal::ProcessorInfo& info)
