@@ -73,6 +73,7 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
                 message, QStringLiteral("Processor of type '%1' could not be created.").arg(type));
             return;
         }
+        processor->describeType(type, group.pluginManager->describeParameters(type));
         group.processors.emplace(
             key, std::make_shared<typename ProcessorGroupTemplate<Traits>::ProcessorThread>(processor));
         ConfigTool::setResultSuccess(message);

@@ -2,6 +2,11 @@
 // changes nothing, and what the system reports about itself is true.
 #include <gtest/gtest.h>
 
+#include <QDeadlineTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "zal/host/environment.h"
@@ -107,4 +112,82 @@ TEST_F(FirstHour, ConsumersNeedNoStreamOfTheirOwnWhileProducersDo) {
     client.succeed(group, Helper::makeDeleteProcessorMessage("counter"));
     EXPECT_EQ(client.succeed(names, Helper::makeResolveStreamMessage("numbers")).GetProcessorName(), "gen")
         << "a consumer without a stream deregisters nothing when it goes";
+}
+
+namespace {
+
+// zal.status of a processor, parsed.
+QJsonObject statusOf(zaltest::FrontendClient& client, const std::string& processor) {
+    const QString text =
+        client.succeed(processor, Helper::makeGetParameterMessage("zal.status")).GetParameter();
+    return QJsonDocument::fromJson(text.toUtf8()).object();
+}
+
+qint64 number(zaltest::FrontendClient& client, const std::string& processor, const std::string& name) {
+    return client.succeed(processor, Helper::makeGetParameterMessage(name)).GetParameter().toLongLong();
+}
+
+}  // namespace
+
+// What zal counts itself must agree exactly with what the generator says it sent and the counter
+// says it received, with no code of theirs for it.
+TEST_F(FirstHour, EveryProcessorReportsItsTrafficUnderAReservedName) {
+    client.succeed(group, Helper::makeCreateProcessorMessage("demo.Counter", "counter", zalmsg::Processor()));
+    const QJsonObject idle = statusOf(client, at("counter"));
+    EXPECT_EQ(idle["type"], "demo.Counter");
+    EXPECT_EQ(idle["input"].toObject(),
+              (QJsonObject{{"messages", 0}, {"bytes", 0}, {"idleMs", QJsonValue()}}));
+    EXPECT_EQ(idle["outputs"].toArray(), QJsonArray()) << "a counter publishes nothing";
+
+    create("demo.Generator", "gen", "numbers", "inproc://first/status");
+    client.succeed(at("gen"), Helper::makeSetParameterMessage("rate", "1000"));
+    client.succeed(at("counter"), Helper::makeConnectStreamMessage("numbers", "inproc://first/status", ""));
+    const QDeadlineTimer deadline(10000);
+    while (number(client, at("counter"), "messages") < 20) {
+        ASSERT_FALSE(deadline.hasExpired()) << "the counter received too little";
+    }
+    client.succeed(at("gen"), Helper::makeStopStreamMessage(""));
+    // The stop's reply left after the last message was queued at the counter, which reads up to 256
+    // of them after answering this request: the next one finds them all read.
+    number(client, at("counter"), "messages");
+
+    const QJsonObject gen = statusOf(client, at("gen"));
+    const QJsonObject output = gen["outputs"].toArray().at(0).toObject();
+    EXPECT_EQ(output["stream"], "numbers");
+    EXPECT_EQ(output["messages"].toInteger(), number(client, at("gen"), "sent"));
+    EXPECT_EQ(output["bytes"].toInteger(), 64 * output["messages"].toInteger());
+    EXPECT_EQ(gen["streams"].toArray().at(0)["running"], false);
+    const QJsonObject counter = statusOf(client, at("counter"));
+    const QJsonObject input = counter["input"].toObject();
+    EXPECT_EQ(input["messages"].toInteger(), number(client, at("counter"), "messages"));
+    EXPECT_EQ(input["bytes"].toInteger(), number(client, at("counter"), "bytes"));
+    EXPECT_GE(input["idleMs"].toInteger(-1), 0);
+    EXPECT_EQ(counter["sources"].toArray(),
+              (QJsonArray{QJsonObject{{"address", "inproc://first/status"}, {"filters", QJsonArray()}}}));
+}
+
+// The reserved names stay out of the plug-in's list and cannot be set; the parameters come from the
+// plug-in's metadata.
+TEST_F(FirstHour, AProcessorDescribesItsTypesParametersButListsOnlyItsOwn) {
+    client.succeed(group, Helper::makeCreateProcessorMessage("demo.Counter", "counter", zalmsg::Processor()));
+    EXPECT_EQ(client.succeed(at("counter"), Helper::makeGetParameterListMessage()).GetParameter(),
+              "bytes,costUs,messages,rate,reset");
+    EXPECT_EQ(client.refusal(at("counter"), Helper::makeSetParameterMessage("zal.parameters", "[]")),
+              "Cannot set parameter: zal.parameters (reserved for zal)");
+    const QJsonArray parameters =
+        QJsonDocument::fromJson(
+            client.succeed(at("counter"), Helper::makeGetParameterMessage("zal.parameters"))
+                .GetParameter()
+                .toUtf8())
+            .array();
+    QStringList names;
+    for (const QJsonValue& parameter : parameters) {
+        names << parameter["name"].toString();
+    }
+    EXPECT_EQ(names, (QStringList{"bytes", "costUs", "messages", "rate", "reset"}));
+    EXPECT_EQ(parameters.at(1)["access"], "read-write");
+    EXPECT_EQ(parameters.at(1)["default"], "0");
+    EXPECT_EQ(client.refusal(at("counter"), Helper::makeSetParameterMessage("costUs", "-1")),
+              "Cannot set parameter: costUs (expects microseconds of work per message from 0 to 1000000; got "
+              "'-1')");
 }

@@ -348,6 +348,35 @@ TEST_F(ZalHost, PipelineOutputNamesEachCommandAndKeepsEveryWatch) {
         << outcome.err.toStdString();
 }
 
+// The types come from the plug-ins' metadata, each with the file it is in; a folder of
+// ZAL_PLUGIN_PATH is searched too, and a plug-in that describes nothing is still named.
+TEST_F(ZalHost, ListsTheTypesItCanCreateAndTracesATypeNoPluginOffers) {
+    const QString bin = zal::applicationDirectory();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("ZAL_PLUGIN_PATH", bin + "/extra-plugins");
+    const auto listed = runProgram("zal-host", {"--list-types"}, environment);
+    EXPECT_EQ(listed.status, 0);
+    for (const QString& expected : QStringList{
+             "\nQtBridge (built into libzal)\n", "\ndemo.Generator (" + bin + "/demo.so)\n",
+             "\n    costUs    number, read-write, default '0', us: microseconds of busy work per message",
+             "\n    reset     text, write-only, default '': setting it",
+             "\nextraplugin.* (" + bin + "/extra-plugins/extraplugin.so)\n    describes no types"}) {
+        EXPECT_TRUE(listed.out.contains(expected)) << expected.toStdString() << " in:\n"
+                                                   << listed.out.toStdString();
+    }
+
+    environment.insert("ZAL_TRACE_MASK", "0x20");
+    const QString pipeline = write("nope.pipeline", "create-group g\ncreate g x demo.Nope\n");
+    const auto refused = runProgram("zal-host", {"--pipeline", pipeline}, environment);
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_TRUE(
+        refused.err.contains("No plug-in offers the type 'demo.Nope'; searched " + bin + ", " + bin +
+                             "/extra-plugins; found QtBridge (built-in); demo.Counter, demo.Generator, "
+                             "demo.Player, demo.Recorder (" +
+                             bin + "/demo.so)"))
+        << refused.err.toStdString();
+}
+
 // A generator feeding a counter that keeps up and one made too slow for it (its queues overflow and
 // drop), and a counter whose source nothing binds: what top, graph and --json show of it.
 TEST_F(ZalHost, TopShowsTheLossGraphTheEdgesAndEveryJsonAnswerParses) {
