@@ -130,7 +130,7 @@ QJsonObject rowJson(const TopRow& row) {
 }  // namespace
 
 QString TopFormatter::table(const TopReport& report) {
-    QString heading = QStringLiteral("%1 group(s), %2 processor(s); %3 requests in %4 ms")
+    QString heading = QStringLiteral("%1 group(s), %2 processor(s); %3 request(s) in %4 ms")
                           .arg(report.groups)
                           .arg(report.rows.size())
                           .arg(report.requests)
