@@ -22,6 +22,7 @@ bool SystemSweep::take(const QString& group, const QStringList& first, SystemSna
                        CommandResult& failed, bool& interrupted) {
     snapshot = SystemSnapshot();
     interrupted = false;
+    quickestMs = 0;
     snapshot.startedMs = millisecondsOf(RequestPacer::Clock::now());
     snapshot.everyGroup = group.isEmpty();
     if (!group.isEmpty()) {
@@ -67,7 +68,9 @@ bool SystemSweep::list(const QStringList& words, SystemSnapshot& snapshot, QStri
         return false;
     }
     ++snapshot.requests;
-    const CommandResult result = runner.execute(words);
+    double startedMs = 0;
+    double endedMs = 0;
+    const CommandResult result = timed(words, startedMs, endedMs);
     if (!succeeded(result)) {
         failed = result;
         return false;
@@ -76,14 +79,25 @@ bool SystemSweep::list(const QStringList& words, SystemSnapshot& snapshot, QStri
     return true;
 }
 
+CommandResult SystemSweep::timed(const QStringList& words, double& startedMs, double& endedMs) {
+    startedMs = millisecondsOf(RequestPacer::Clock::now());
+    CommandResult result = runner.execute(words);
+    endedMs = millisecondsOf(RequestPacer::Clock::now());
+    const double took = endedMs - startedMs;
+    quickestMs = quickestMs > 0 ? std::min(quickestMs, took) : took;
+    return result;
+}
+
 void SystemSweep::sample(ProcessorSample& processor, SystemSnapshot& snapshot) {
     ++snapshot.requests;
-    const auto started = RequestPacer::Clock::now();
-    const CommandResult result = runner.execute(
-        {QStringLiteral("get"), processor.group, processor.name, ProcessorStatus::parameterName()});
-    const auto ended = RequestPacer::Clock::now();
-    processor.atMs = (millisecondsOf(started) + millisecondsOf(ended)) / 2;
-    processor.uncertaintyMs = (millisecondsOf(ended) - millisecondsOf(started)) / 2;
+    double startedMs = 0;
+    double endedMs = 0;
+    const CommandResult result =
+        timed({QStringLiteral("get"), processor.group, processor.name, ProcessorStatus::parameterName()},
+              startedMs, endedMs);
+    const double wayBack = std::min(quickestMs, endedMs - startedMs);
+    processor.atMs = endedMs - wayBack / 2;
+    processor.uncertaintyMs = wayBack / 2;
     if (!succeeded(result)) {
         processor.problem = result.text;
         return;

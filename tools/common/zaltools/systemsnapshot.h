@@ -15,8 +15,10 @@ struct ProcessorSample {
     QString name;
     std::optional<ProcessorStatus> status;
     QString problem;  // why there is no status
-    // When the counters were read, in milliseconds on the steady clock: the middle of the request,
-    // which the reading happened within `uncertaintyMs` of.
+    // When the counters were read, in milliseconds on the steady clock, within `uncertaintyMs`.
+    // A busy processor takes a request late and answers as it reads its counters, so the reading
+    // is near the reply's arrival: earlier by at most the reply's way back, which is taken to be no
+    // longer than the quickest request of the sweep.
     double atMs = 0;
     double uncertaintyMs = 0;
 

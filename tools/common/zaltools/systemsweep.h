@@ -32,8 +32,12 @@ private:
     // Reads the processor's status into `processor`, or why there is none.
     void sample(ProcessorSample& processor, SystemSnapshot& snapshot);
 
+    // Runs one request of the sweep, timing it; the time it started and ended.
+    CommandResult timed(const QStringList& words, double& startedMs, double& endedMs);
+
     CommandRunner& runner;
     RequestPacer& pacer;
+    double quickestMs = 0;  // the quickest request of the sweep so far; 0 before the first
 };
 
 }  // namespace zaltools
