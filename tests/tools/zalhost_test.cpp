@@ -401,6 +401,12 @@ TEST_F(ZalHost, TopShowsTheLossGraphTheEdgesAndEveryJsonAnswerParses) {
     EXPECT_TRUE(row("g/orphan").endsWith("dangling: inproc://nobody/binds (no live stream)"))
         << top.toStdString();
 
+    // Without --once a table follows the one before (here no terminal) until Ctrl-C.
+    RunningProgram live("zalctl", {"-e", frontend, "top"});
+    EXPECT_FALSE(live.awaitLine("TOTAL").isNull())
+        << "the second sweep has rates: " << live.output().toStdString();
+    EXPECT_EQ(live.terminate(SIGINT), 0) << live.output().toStdString();
+
     const QString dot = zalctl(frontend, {"graph", "--format", "dot"}).out;
     for (const QString edge :
          {R"("g/gen numbers" -> "g/fast")", R"("g/gen numbers" -> "g/slow")", R"(-> "g/orphan")"}) {
