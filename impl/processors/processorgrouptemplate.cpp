@@ -65,8 +65,9 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
         return;
     }
     try {
-        const ProcessorInfo info(ConfigTool::unsharedCopy(static_cast<const Message&>(message).GetProcessor()),
-                                 type.toStdString(), key, group.name, group.prefix);
+        const ProcessorInfo info(
+            ConfigTool::unsharedCopy(static_cast<const Message&>(message).GetProcessor()), type.toStdString(),
+            key, group.name, group.prefix);
         ProcessorBase* processor = group.pluginManager->createProcessor(info);
         if (processor == nullptr) {
             ConfigTool::setErrorMessage(

@@ -166,28 +166,30 @@ TEST_F(FirstHour, EveryProcessorReportsItsTrafficUnderAReservedName) {
               (QJsonArray{QJsonObject{{"address", "inproc://first/status"}, {"filters", QJsonArray()}}}));
 }
 
-// The reserved names stay out of the plug-in's list and cannot be set; the parameters come from the
-// plug-in's metadata.
-TEST_F(FirstHour, AProcessorDescribesItsTypesParametersButListsOnlyItsOwn) {
-    client.succeed(group, Helper::makeCreateProcessorMessage("demo.Counter", "counter", zalmsg::Processor()));
-    EXPECT_EQ(client.succeed(at("counter"), Helper::makeGetParameterListMessage()).GetParameter(),
-              "bytes,costUs,messages,rate,reset");
-    EXPECT_EQ(client.refusal(at("counter"), Helper::makeSetParameterMessage("zal.parameters", "[]")),
-              "Cannot set parameter: zal.parameters (reserved for zal)");
-    const QJsonArray parameters =
-        QJsonDocument::fromJson(
-            client.succeed(at("counter"), Helper::makeGetParameterMessage("zal.parameters"))
-                .GetParameter()
-                .toUtf8())
-            .array();
-    QStringList names;
-    for (const QJsonValue& parameter : parameters) {
-        names << parameter["name"].toString();
+// demo.json must say what the processors really do: each type describes the names of its own list
+// (which leaves zal's reserved names out), each readable unless write-only, and a read-only one is
+// refused for set. zal.parameters itself can be read but not set.
+TEST_F(FirstHour, EachDemoTypeDescribesExactlyTheParametersItHas) {
+    for (const std::string type : {"Counter", "Generator", "Player", "Recorder"}) {
+        SCOPED_TRACE(type);
+        create("demo." + type, type, type, "inproc://first/" + type);
+        const QString described =
+            client.succeed(at(type), Helper::makeGetParameterMessage("zal.parameters")).GetParameter();
+        QStringList names;
+        for (const QJsonValue& parameter : QJsonDocument::fromJson(described.toUtf8()).array()) {
+            const std::string name = parameter["name"].toString().toStdString();
+            const QString access = parameter["access"].toString();
+            names << QString::fromStdString(name);
+            const Message got = client.request(at(type), Helper::makeGetParameterMessage(name));
+            EXPECT_EQ(got.GetResultType() == Message::ResultType::Success, access != "write-only") << name;
+            if (access == "read-only") {
+                EXPECT_EQ(client.refusal(at(type), Helper::makeSetParameterMessage(name, "1")),
+                          QString::fromStdString("Cannot set parameter: " + name + " (read-only)"));
+            }
+        }
+        EXPECT_EQ(names.join(','),
+                  client.succeed(at(type), Helper::makeGetParameterListMessage()).GetParameter());
+        EXPECT_EQ(client.refusal(at(type), Helper::makeSetParameterMessage("zal.parameters", "[]")),
+                  "Cannot set parameter: zal.parameters (reserved for zal)");
     }
-    EXPECT_EQ(names, (QStringList{"bytes", "costUs", "messages", "rate", "reset"}));
-    EXPECT_EQ(parameters.at(1)["access"], "read-write");
-    EXPECT_EQ(parameters.at(1)["default"], "0");
-    EXPECT_EQ(client.refusal(at("counter"), Helper::makeSetParameterMessage("costUs", "-1")),
-              "Cannot set parameter: costUs (expects microseconds of work per message from 0 to 1000000; got "
-              "'-1')");
 }

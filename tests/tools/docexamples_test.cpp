@@ -1,5 +1,5 @@
-// The examples of README.md, docs/zalctl.md and `zalctl --help`, run as written with the built
-// programs, so that the documentation cannot drift from what the programs do.
+// The examples of README.md, docs/zalctl.md, docs/observability.md and `zalctl --help`, run as written with
+// the built programs, so that the documentation cannot drift from what the programs do.
 #include <gtest/gtest.h>
 
 #include <QFile>
@@ -157,6 +157,18 @@ TEST(DocumentedExamples, TheReadmeAndTheZalctlPageShowWhatTheirExamplesPrint) {
         EXPECT_TRUE(output.contains(QRegularExpression("messages=[1-9]")))
             << document << output.toStdString();
     }
+}
+
+TEST(DocumentedExamples, TheObservabilityPageShowsWhatItsExamplesPrint) {
+    const QVector<QVector<Step>> sessions = sessionsIn(readSource("docs/observability.md"));
+    ASSERT_GE(sessions.size(), 2);
+    QString output;
+    for (const QVector<Step>& session : sessions) {
+        output += expectAsShown(session);
+    }
+    EXPECT_TRUE(
+        output.contains(QRegularExpression(R"(\{"input":\{"bytes":[1-9]\d*,"idleMs":\d+,"messages":[1-9])")))
+        << "the counter's own status shows what it received: " << output.toStdString();
 }
 
 TEST(DocumentedExamples, TheHelpExamplesSucceed) {
