@@ -6,3 +6,6 @@ set_property(CACHE ZAL_SANITIZE PROPERTY STRINGS "" address thread)
 # libFuzzer targets in fuzz/; needs clang (scripts/fuzz.sh configures build-fuzz with clang++-14) and
 # instruments everything with ASan+UBSan, so it excludes ZAL_SANITIZE.
 option(ZAL_BUILD_FUZZERS "Build the libFuzzer targets in fuzz/ (clang only)" OFF)
+# Counting messages and bytes on the data paths (what zal.status reports); OFF compiles the counting
+# out, only to measure what it costs (docs/observability.md).
+option(ZAL_COUNTERS "Count messages and bytes on the data paths" ON)

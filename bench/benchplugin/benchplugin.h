@@ -34,7 +34,7 @@ private:
 
 class BenchPlugin : public zal::Plugin {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID ZalPlugin_iid)
+    Q_PLUGIN_METADATA(IID ZalPlugin_iid FILE "zalbench.json")
     Q_INTERFACES(zal::Plugin)
 public:
     QString getName() const override;

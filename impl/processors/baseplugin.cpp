@@ -1,5 +1,7 @@
 #include "zal/processors/baseplugin.h"
 
+#include <QJsonArray>
+
 #include "zal/processors/processorinfo.h"
 #include "zal/processors/qtbridge.h"
 
@@ -28,6 +30,17 @@ ProcessorBase* BasePlugin::createProcessor(const ProcessorInfo& info) {
         return new QtBridge(info.processor, info.name, info.group, info.prefix);
     }
     return nullptr;
+}
+
+QJsonObject BasePlugin::metaData() {
+    const QJsonObject bridge{
+        {QStringLiteral("name"), QString::fromStdString(QtBridge::getProcessorType())},
+        {QStringLiteral("description"),
+         QStringLiteral("hands every message of the streams it is connected to to Qt objects of the host as "
+                        "the signal si_message(topic, data); the host finds it in QtRepository under its "
+                        "endpoint")},
+        {QStringLiteral("parameters"), QJsonArray()}};
+    return QJsonObject{{QStringLiteral("types"), QJsonArray{bridge}}};
 }
 
 }  // namespace zal

@@ -3,10 +3,11 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPluginLoader>
+#include <QSet>
 
 #include "zal/platform/applicationdirectory.h"
-#include "zal/processors/baseplugin.h"
 #include "zal/platform/errorhandler.h"
+#include "zal/processors/baseplugin.h"
 #include "zal/processors/plugin.h"
 #include "zal/processors/processorinfo.h"
 
@@ -16,18 +17,27 @@ namespace {
 
 const char* const pluginPathVariable = "ZAL_PLUGIN_PATH";
 
-// The application directory always comes first; the extra places only widen the search.
-QStringList candidatePaths(const QString& fileName, const QStringList& extraDirectories) {
-    QStringList directories{applicationDirectory()};
-    directories += extraDirectories;
-    directories +=
-        QString::fromLocal8Bit(qgetenv(pluginPathVariable)).split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    QStringList paths;
-    for (const QString& directory : directories) {
-        // QPluginLoader takes a relative name as a name to search for, not as a path.
-        paths << QDir(directory).absoluteFilePath(fileName);
+const QString builtInName = QStringLiteral("base");
+
+// The metadata of a library that is a zal plug-in, read without loading its code; false for
+// anything else (another library, a file no loader reads).
+bool readMetaData(const QString& path, QJsonObject& metaData) {
+    const QJsonObject all = QPluginLoader(path).metaData();
+    if (all.value(QStringLiteral("IID")).toString() != QLatin1String(ZalPlugin_iid)) {
+        return false;
     }
-    return paths;
+    metaData = all.value(QStringLiteral("MetaData")).toObject();
+    return true;
+}
+
+QString typesOf(const PluginDescription& plugin) {
+    QStringList types;
+    for (const PluginDescription::Type& type : plugin.types) {
+        types << plugin.qualified(type);
+    }
+    const QString where = plugin.isBuiltIn() ? QStringLiteral("built-in") : plugin.file;
+    return types.isEmpty() ? QStringLiteral("%1.* (describes no types; %2)").arg(plugin.name, where)
+                           : QStringLiteral("%1 (%2)").arg(types.join(QStringLiteral(", ")), where);
 }
 
 }  // namespace
@@ -36,6 +46,8 @@ PluginManager::PluginManager() : PluginManager(QStringList()) {}
 
 PluginManager::PluginManager(const QStringList& extraDirectories) : directories(extraDirectories) {
     plugins.append(new BasePlugin());
+    descriptions.insert(plugins.first(),
+                        PluginDescription::fromMetaData(builtInName, QString(), BasePlugin::metaData()));
 }
 
 PluginManager::~PluginManager() {
@@ -49,8 +61,13 @@ PluginManager::~PluginManager() {
 // The lock is held across the plug-in's own createProcessor, so plug-ins need not be thread-safe.
 ProcessorBase* PluginManager::createProcessor(const ProcessorInfo& info) const {
     std::lock_guard<std::recursive_mutex> lock(mutex);
-    Plugin* plugin = getPlugin(QString::fromStdString(info.type));
-    return plugin != nullptr ? plugin->createProcessor(info) : nullptr;
+    const QString type = QString::fromStdString(info.type);
+    Plugin* plugin = getPlugin(type);
+    ProcessorBase* processor = plugin != nullptr ? plugin->createProcessor(info) : nullptr;
+    if (processor == nullptr && ErrorHandler::isTracing()) {
+        traceUnknownType(type);
+    }
+    return processor;
 }
 
 Plugin* PluginManager::getPlugin(const QString& type) const {
@@ -101,9 +118,12 @@ Plugin* PluginManager::findPlugin(QString name) const {
 // scope, but the library stays loaded and keeps owning its root object.
 Plugin* PluginManager::loadPlugin(const QString& name) const {
     std::lock_guard<std::recursive_mutex> lock(mutex);
-    const QStringList paths = candidatePaths(QStringLiteral("%1.so").arg(name), directories);
-    QString path = paths.first();
-    for (const QString& candidate : paths) {
+    const QString fileName = QStringLiteral("%1.so").arg(name);
+    const QStringList directoryList = searchDirectories();
+    QString path = QDir(directoryList.first()).absoluteFilePath(fileName);
+    for (const QString& directory : directoryList) {
+        // QPluginLoader takes a relative name as a name to search for, not as a path.
+        const QString candidate = QDir(directory).absoluteFilePath(fileName);
         if (QFileInfo::exists(candidate)) {
             path = candidate;
             break;
@@ -117,6 +137,9 @@ Plugin* PluginManager::loadPlugin(const QString& name) const {
         // the loader then hands out the same root object: keep it listed once.
         if (!plugins.contains(plugin)) {
             plugins.append(plugin);
+            descriptions.insert(
+                plugin, PluginDescription::fromMetaData(
+                            name, path, loader.metaData().value(QStringLiteral("MetaData")).toObject()));
         }
         return plugin;
     }
@@ -125,6 +148,57 @@ Plugin* PluginManager::loadPlugin(const QString& name) const {
                  113);
     }
     return nullptr;
+}
+
+// The application directory always comes first; the extra places only widen the search.
+QStringList PluginManager::searchDirectories() const {
+    QStringList found{applicationDirectory()};
+    found += directories;
+    found += QString::fromLocal8Bit(qgetenv(pluginPathVariable)).split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    return found;
+}
+
+QList<PluginDescription> PluginManager::describePlugins() const {
+    QList<PluginDescription> found{
+        PluginDescription::fromMetaData(builtInName, QString(), BasePlugin::metaData())};
+    QSet<QString> names{builtInName};
+    for (const QString& directory : searchDirectories()) {
+        const QFileInfoList files =
+            QDir(directory).entryInfoList({QStringLiteral("*.so")}, QDir::Files, QDir::Name);
+        for (const QFileInfo& file : files) {
+            // A plug-in is asked for as NAME.Type, so a name with a full stop is none.
+            const QString name = file.completeBaseName();
+            QJsonObject metaData;
+            if (name.contains(QLatin1Char('.')) || names.contains(name) ||
+                !readMetaData(file.absoluteFilePath(), metaData)) {
+                continue;
+            }
+            names.insert(name);
+            found << PluginDescription::fromMetaData(name, file.absoluteFilePath(), metaData);
+        }
+    }
+    return found;
+}
+
+QJsonArray PluginManager::describeParameters(const QString& type) const {
+    std::lock_guard<std::recursive_mutex> lock(mutex);
+    const Plugin* plugin = getPlugin(type);
+    const auto described = descriptions.constFind(plugin);
+    if (plugin == nullptr || described == descriptions.constEnd()) {
+        return QJsonArray();
+    }
+    const PluginDescription::Type* found = described->find(type);
+    return found != nullptr ? found->parameters : QJsonArray();
+}
+
+void PluginManager::traceUnknownType(const QString& type) const {
+    QStringList found;
+    for (const PluginDescription& plugin : describePlugins()) {
+        found << typesOf(plugin);
+    }
+    _Q_Trace(QStringLiteral("No plug-in offers the type '%1'; searched %2; found %3")
+                 .arg(type, searchDirectories().join(QStringLiteral(", ")), found.join(QStringLiteral("; "))),
+             "impl\\pluginmanager", __LINE__);
 }
 
 }  // namespace zal

@@ -23,10 +23,16 @@ std::string ProcessorBase::getEndpointString() const {
     return Endpoints::getProcessorEndpoint(group, name, prefix);
 }
 
+void ProcessorBase::describeType(const QString& type, const QJsonArray& parameters) {
+    reserved.describeType(type, parameters);
+}
+
 bool ProcessorBase::initialize() {
     reader.clear();
+    traffic.unwatchAll();
     addCreatorSocket();
-    messageHandler = std::make_unique<ProcessorControlMessageHandler<ZmqControlSocket>>(this, &refusal);
+    messageHandler =
+        std::make_unique<ProcessorControlMessageHandler<ZmqControlSocket>>(this, &refusal, &reserved);
     broadcastSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::sub);
     broadcastTemplate = std::make_unique<ZmqSubControlSocket>(*broadcastSocket);
     broadcastClient = std::make_unique<SubInputClient<ZmqControlSocket, ControlMessage>>(
@@ -43,6 +49,8 @@ bool ProcessorBase::initialize() {
     return true;
 }
 
+// The traffic is stamped once per wake-up, whichever hook moved it: publishers often publish from
+// doIdleProcessing().
 void ProcessorBase::process() {
     for (;;) {
         const int ready = reader.waitForSocketsOrTimeout();
@@ -51,19 +59,26 @@ void ProcessorBase::process() {
         }
         if (ready == 0) {
             doIdleProcessing();
-            continue;
+        } else {
+            if (!checkCreatorSocket()) {
+                return;
+            }
+            serveEvents();
         }
-        if (!checkCreatorSocket()) {
-            return;
-        }
-        if (SocketReader::isReadable(reader.getEvents(broadcastSocketIndex))) {
-            broadcastClient->processInput();
-        }
-        if (SocketReader::isReadable(reader.getEvents(controlSocketIndex))) {
-            controlLine->processInput();
-        }
-        checkDataEvents();
+#if ZAL_COUNTERS
+        traffic.stamp();
+#endif
     }
+}
+
+void ProcessorBase::serveEvents() {
+    if (SocketReader::isReadable(reader.getEvents(broadcastSocketIndex))) {
+        broadcastClient->processInput();
+    }
+    if (SocketReader::isReadable(reader.getEvents(controlSocketIndex))) {
+        controlLine->processInput();
+    }
+    checkDataEvents();
 }
 
 void ProcessorBase::release() {
@@ -72,6 +87,7 @@ void ProcessorBase::release() {
 
 // reset() clears each owner before its object goes, so this may run twice.
 void ProcessorBase::freeSockets() {
+    traffic.unwatchAll();
     nameServiceClient.reset();
     broadcastClient.reset();
     broadcastTemplate.reset();
@@ -121,6 +137,9 @@ void ProcessorBase::connectInput(zmq::socket_t& input, const QString& address,
 
 void ProcessorBase::drainInput(int socketIndex,
                                InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client) {
+#if ZAL_COUNTERS
+    traffic.watchInput(&client.getSocket()->traffic());
+#endif
     if (!SocketReader::isReadable(reader.getEvents(socketIndex))) {
         return;
     }
@@ -128,6 +147,10 @@ void ProcessorBase::drainInput(int socketIndex,
     while (handled < maxMessagesPerWakeUp && client.processQueuedInput()) {
         ++handled;
     }
+}
+
+void ProcessorBase::reportOutput(const ZmqByteStreamOutSocket* output, const QString& stream) {
+    traffic.watchOutput(output != nullptr ? &output->traffic() : nullptr, stream);
 }
 
 bool ProcessorBase::querySources(QVector<zalmsg::DataSource>& sources) {

@@ -19,6 +19,7 @@ struct Call {
     ProcessorControlInterface& processor;
     Message& message;
     QString* refusal;
+    const ReservedParameters* reserved;
 
     QString takeRefusal() const {
         return refusal != nullptr ? std::exchange(*refusal, QString()) : QString();
@@ -131,19 +132,30 @@ void startOrStop(const Call& call, bool start) {
 
 void setParameter(const Call& call) {
     const Message& request = call.message;
+    const QString& name = request.GetParameterName();
+    const bool reserved = ReservedParameters::isReserved(name);
     perform(
-        call, [&] { return call.processor.setParameter(request.GetParameterName(), request.GetParameter()); },
-        [&] { return QStringLiteral("Cannot set parameter: %1").arg(request.GetParameterName()); },
-        [&] { return unknownParameter(call, request.GetParameterName()); });
+        call, [&] { return !reserved && call.processor.setParameter(name, request.GetParameter()); },
+        [&] { return QStringLiteral("Cannot set parameter: %1").arg(name); },
+        [&] { return reserved ? ReservedParameters::refusalToSet() : unknownParameter(call, name); });
 }
 
+// A reserved name never reaches the processor: what zal reports must not depend on plug-in code.
 void getParameter(const Call& call) {
     const Message& request = call.message;
+    const QString& name = request.GetParameterName();
+    const bool reserved = ReservedParameters::isReserved(name);
     performWithValue<QString>(
-        call, [&](QString& value) { return call.processor.getParameter(request.GetParameterName(), value); },
+        call,
+        [&](QString& value) {
+            if (reserved) {
+                return call.reserved != nullptr && call.reserved->get(name, value);
+            }
+            return call.processor.getParameter(name, value);
+        },
         [&](const QString& value) { ConfigTool::setResultSuccess(call.message, value); },
-        [&] { return QStringLiteral("Cannot get parameter: %1").arg(request.GetParameterName()); },
-        [&] { return unknownParameter(call, request.GetParameterName()); });
+        [&] { return QStringLiteral("Cannot get parameter: %1").arg(name); },
+        [&] { return reserved ? ReservedParameters::refusalToGet(name) : unknownParameter(call, name); });
 }
 
 void getParameterList(const Call& call) {
@@ -201,7 +213,7 @@ void dispatch(const Call& call) {
 template <class Socket>
 void ProcessorControlMessageHandler<Socket>::handleMessage(ControlMessage& envelope, Socket* replySocket) {
     answerControlRequest(envelope, replySocket, [this](Message& message) {
-        dispatch(Call{*processor, message, refusal});
+        dispatch(Call{*processor, message, refusal, reserved});
     });
 }
 

@@ -65,14 +65,16 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
         return;
     }
     try {
-        const ProcessorInfo info(ConfigTool::unsharedCopy(static_cast<const Message&>(message).GetProcessor()),
-                                 type.toStdString(), key, group.name, group.prefix);
+        const ProcessorInfo info(
+            ConfigTool::unsharedCopy(static_cast<const Message&>(message).GetProcessor()), type.toStdString(),
+            key, group.name, group.prefix);
         ProcessorBase* processor = group.pluginManager->createProcessor(info);
         if (processor == nullptr) {
             ConfigTool::setErrorMessage(
                 message, QStringLiteral("Processor of type '%1' could not be created.").arg(type));
             return;
         }
+        processor->describeType(type, group.pluginManager->describeParameters(type));
         group.processors.emplace(
             key, std::make_shared<typename ProcessorGroupTemplate<Traits>::ProcessorThread>(processor));
         ConfigTool::setResultSuccess(message);

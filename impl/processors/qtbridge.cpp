@@ -1,8 +1,8 @@
 #include "zal/processors/qtbridge.h"
 
 #include "zal/msg/configtool.h"
-#include "zal/transport/context.h"
 #include "zal/processors/qtrepository.h"
+#include "zal/transport/context.h"
 
 namespace zal {
 

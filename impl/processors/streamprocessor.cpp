@@ -107,7 +107,9 @@ bool StreamProcessor::initialize() {
         DataStreamInitializer(getEndpointString(), name, *getNameServiceClient())
             .initialize(*outputSocket, processor.GetDataStream().front());
         streamRegistered = true;
-        ConfigTool::setStreamRunning(processor, QString::fromStdString(getDataStreamName()), active);
+        const QString stream = QString::fromStdString(getDataStreamName());
+        ConfigTool::setStreamRunning(processor, stream, active);
+        reportOutput(output.get(), stream);
     }
     inputSocketIndex = reader.addSocket(*inputSocket, ZMQ_POLLIN);
     return true;
@@ -127,6 +129,7 @@ void StreamProcessor::release() {
 
 // reset() clears each owner before its object goes, so this may run twice.
 void StreamProcessor::freeStreamSockets() {
+    reportOutput(nullptr, QString());
     output.reset();
     outputSocket.reset();
     inputClient.reset();

@@ -10,6 +10,17 @@ ZmqByteStreamInSocketTemplate<Traits>::ZmqByteStreamInSocketTemplate(typename Tr
 
 namespace {
 
+// Built with ZAL_COUNTERS off only to measure what counting costs.
+inline void countMessage(TrafficCount& count, const QByteArray& data) {
+#if ZAL_COUNTERS
+    ++count.messages;
+    count.bytes += static_cast<std::uint64_t>(data.size());
+#else
+    (void)count;
+    (void)data;
+#endif
+}
+
 void readMessage(frame::FrameReader& frames, bool more, ByteStreamMessage& message) {
     frames.keepOrCopyTo(message.topic);
     if (more) {
@@ -27,6 +38,7 @@ void ZmqByteStreamInSocketTemplate<Traits>::receiveMessage(ByteStreamMessage& me
     frame::FrameReader frames(this->getSocket());
     const bool more = frames.next();
     readMessage(frames, more, message);
+    countMessage(count, message.data);
 }
 
 template <class Traits>
@@ -37,6 +49,7 @@ bool ZmqByteStreamInSocketTemplate<Traits>::tryReceiveMessage(ByteStreamMessage&
         return false;
     }
     readMessage(frames, more, message);
+    countMessage(count, message.data);
     return true;
 }
 
@@ -49,6 +62,7 @@ void ZmqByteStreamOutSocketTemplate<Traits>::sendMessage(const ByteStreamMessage
     auto& socket = this->getSocket();
     frame::sendFrame(socket, message.topic, ZMQ_SNDMORE);
     frame::sendFrame(socket, message.data, 0);
+    countMessage(count, message.data);
 }
 
 template class ZmqByteStreamInSocketTemplate<SocketTraits<zmq::socket_t>>;

@@ -22,6 +22,7 @@
 #include "zal/transport/socketerror.h"
 #include "zal/transport/socketreader.h"
 #include "zal/transport/sockettraits.h"
+#include "zal/transport/trafficcount.h"
 #include "zal/transport/uninterrupted.h"
 #include "zal/transport/zmqbytestreamsockettemplate.h"
 #include "zal/transport/zmqcontrolsockettemplate.h"
@@ -68,6 +69,7 @@
 #include "zal/processors/baseplugin.h"
 #include "zal/processors/datastreaminitializer.h"
 #include "zal/processors/plugin.h"
+#include "zal/processors/plugindescription.h"
 #include "zal/processors/pluginmanager.h"
 #include "zal/processors/processorbase.h"
 #include "zal/processors/processorcontrolinterface.h"
@@ -78,7 +80,9 @@
 #include "zal/processors/processorinfo.h"
 #include "zal/processors/qtbridge.h"
 #include "zal/processors/qtrepository.h"
+#include "zal/processors/reservedparameters.h"
 #include "zal/processors/streamprocessor.h"
+#include "zal/processors/trafficmeter.h"
 
 // Host entry
 #include "zal/host/entrypoints.h"

@@ -1,6 +1,14 @@
 #include "counter.h"
 
+#include "boundednumber.h"
+
 namespace demo {
+
+namespace {
+
+constexpr int maxCostUs = 1'000'000;
+
+}  // namespace
 
 Counter::Counter(const zal::ProcessorInfo& info)
     : StreamProcessor(info.processor, info.name, info.group, info.prefix, Output::Optional) {}
@@ -9,10 +17,16 @@ void Counter::handleMessage(zal::ByteStreamMessage& message, zal::ZmqByteStreamI
     if (!active) {
         return;
     }
-    rollWindow(Clock::now());
+    const Clock::time_point now = Clock::now();
+    rollWindow(now);
     ++messages;
     bytes += message.data.size();
     ++windowMessages;
+    // Busy work rather than a sleep: it stands for a consumer that computes, and a sleep's own
+    // overhead of tens of microseconds would swamp small costs.
+    const Clock::time_point done = now + std::chrono::microseconds(costUs);
+    while (costUs > 0 && Clock::now() < done) {
+    }
 }
 
 void Counter::rollWindow(Clock::time_point now) {
@@ -25,9 +39,21 @@ void Counter::rollWindow(Clock::time_point now) {
     windowMessages = 0;
 }
 
-bool Counter::setParameter(const QString& name, const QString&) {
+bool Counter::setCost(const QString& value) {
+    if (!readBoundedNumber(value, maxCostUs, costUs)) {
+        return refuse(QStringLiteral("expects microseconds of work per message from 0 to %1; got '%2'")
+                          .arg(maxCostUs)
+                          .arg(value));
+    }
+    return true;
+}
+
+bool Counter::setParameter(const QString& name, const QString& value) {
     if (name == "messages" || name == "bytes" || name == "rate") {
         return refuse(QStringLiteral("read-only"));
+    }
+    if (name == "costUs") {
+        return setCost(value);
     }
     if (name != "reset") {
         return false;
@@ -45,6 +71,8 @@ bool Counter::getParameter(const QString& name, QString& value) {
         value = QString::number(messages);
     } else if (name == "bytes") {
         value = QString::number(bytes);
+    } else if (name == "costUs") {
+        value = QString::number(costUs);
     } else if (name == "rate") {
         rollWindow(Clock::now());
         value = QString::number(rate, 'f', 1);
@@ -57,7 +85,7 @@ bool Counter::getParameter(const QString& name, QString& value) {
 }
 
 bool Counter::getParameterList(QStringList& names) {
-    names = {"bytes", "messages", "rate", "reset"};
+    names = {"bytes", "costUs", "messages", "rate", "reset"};
     return true;
 }
 

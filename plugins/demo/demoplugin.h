@@ -5,9 +5,10 @@
 
 namespace demo {
 
+// demo.json describes the types and their parameters; hosts read it without loading this library.
 class DemoPlugin : public zal::Plugin {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID ZalPlugin_iid)
+    Q_PLUGIN_METADATA(IID ZalPlugin_iid FILE "demo.json")
     Q_INTERFACES(zal::Plugin)
 public:
     QString getName() const override;

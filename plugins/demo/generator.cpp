@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "boundednumber.h"
+
 namespace demo {
 
 namespace {
@@ -106,13 +108,11 @@ bool Generator::setParameter(const QString& name, const QString& value) {
         return true;
     }
     if (name == "size") {
-        const int newSize = value.toInt(&ok);
-        if (!ok || newSize < 0 || newSize > maxSize) {
+        if (!readBoundedNumber(value, maxSize, size)) {
             return refuse(QStringLiteral("expects a payload size in bytes from 0 to %1; got '%2'")
                               .arg(maxSize)
                               .arg(value));
         }
-        size = newSize;
         return true;
     }
     if (name == "rate") {

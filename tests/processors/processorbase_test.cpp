@@ -100,3 +100,22 @@ TEST_F(ProcessorTest, AnswersEachRequestOrSaysWhatFailed) {
     EXPECT_TRUE(ask(Helper::makeGetParameterListMessage()).IsParameterSet());
     EXPECT_EQ(processor.getState(), Running) << "nothing of that ends the processor";
 }
+
+// The scripted processor answers every parameter but "bad", so each reply below that is not its
+// "mode" came from zal, before the processor was asked.
+TEST_F(ProcessorTest, ZalAnswersItsReservedNamesAndRefusesToSetThem) {
+    ask(Helper::makeSetParameterMessage("mode", "plug-in"));
+    EXPECT_EQ(ask(Helper::makeGetParameterMessage("zal.parameters")).GetParameter(), "[]")
+        << "a type nobody described describes no parameters";
+    // A processor without a data input or output reports zeros, a null idle time and no outputs.
+    EXPECT_EQ(ask(Helper::makeGetParameterMessage("zal.status")).GetParameter(),
+              R"({"input":{"bytes":0,"idleMs":null,"messages":0},"outputs":[],"sources":[],)"
+              R"("streams":[{"addresses":["inproc://out"],"name":"out","running":null}],"type":""})");
+    const Message set = ask(Helper::makeSetParameterMessage("zal.status", "x"));
+    EXPECT_EQ(set.GetMessageText(), "Cannot set parameter: zal.status (reserved for zal)");
+    EXPECT_EQ(ask(Helper::makeGetParameterMessage("zal.nosuch")).GetMessageText(),
+              "Cannot get parameter: zal.nosuch (no parameter 'zal.nosuch'; zal answers zal.parameters and "
+              "zal.status)");
+    EXPECT_EQ(ask(Helper::makeGetParameterMessage("mode")).GetParameter(), "plug-in")
+        << "the refused set never reached the processor";
+}

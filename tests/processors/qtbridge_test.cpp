@@ -4,6 +4,8 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QThread>
 #include <QTimer>
 
@@ -116,6 +118,13 @@ TEST_F(QtBridgeTest, DeliversEachTwoPartMessageAsOneSignalInTheReceiversThread) 
     EXPECT_EQ(receiver.received, (QStringList{"a:1", QString::fromLatin1(QByteArray("a:\0binary\xff", 10)),
                                               "a:", "a:", "a:end"}));
     EXPECT_FALSE(receiver.otherThread);
+    // Counted on the bridge's own receive path: every message handed to Qt, probes included.
+    const QString status =
+        client.succeed(endpoint, Helper::makeGetParameterMessage("zal.status")).GetParameter();
+    const QJsonObject input = QJsonDocument::fromJson(status.toUtf8())["input"].toObject();
+    EXPECT_EQ(input["messages"].toInteger(), receiver.probes + 5) << status.toStdString();
+    EXPECT_EQ(input["bytes"].toInteger(), 5 * receiver.probes + 12) << status.toStdString();
+    EXPECT_GE(input["idleMs"].toInteger(-1), 0) << status.toStdString();
 }
 
 TEST_F(QtBridgeTest, SubscribesEachTopicOnceAndPausesAsAWhole) {

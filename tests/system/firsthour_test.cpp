@@ -2,6 +2,11 @@
 // changes nothing, and what the system reports about itself is true.
 #include <gtest/gtest.h>
 
+#include <QDeadlineTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include "support/frontendclient.h"
 #include "support/qtprinters.h"
 #include "zal/host/environment.h"
@@ -107,4 +112,84 @@ TEST_F(FirstHour, ConsumersNeedNoStreamOfTheirOwnWhileProducersDo) {
     client.succeed(group, Helper::makeDeleteProcessorMessage("counter"));
     EXPECT_EQ(client.succeed(names, Helper::makeResolveStreamMessage("numbers")).GetProcessorName(), "gen")
         << "a consumer without a stream deregisters nothing when it goes";
+}
+
+namespace {
+
+// zal.status of a processor, parsed.
+QJsonObject statusOf(zaltest::FrontendClient& client, const std::string& processor) {
+    const QString text =
+        client.succeed(processor, Helper::makeGetParameterMessage("zal.status")).GetParameter();
+    return QJsonDocument::fromJson(text.toUtf8()).object();
+}
+
+qint64 number(zaltest::FrontendClient& client, const std::string& processor, const std::string& name) {
+    return client.succeed(processor, Helper::makeGetParameterMessage(name)).GetParameter().toLongLong();
+}
+
+}  // namespace
+
+// What zal counts itself must agree exactly with what the generator says it sent and the counter
+// says it received, with no code of theirs for it.
+TEST_F(FirstHour, EveryProcessorReportsItsTrafficUnderAReservedName) {
+    client.succeed(group, Helper::makeCreateProcessorMessage("demo.Counter", "counter", zalmsg::Processor()));
+    const QJsonObject idle = statusOf(client, at("counter"));
+    EXPECT_EQ(idle["type"], "demo.Counter");
+    EXPECT_EQ(idle["input"].toObject(),
+              (QJsonObject{{"messages", 0}, {"bytes", 0}, {"idleMs", QJsonValue()}}));
+    EXPECT_EQ(idle["outputs"].toArray(), QJsonArray()) << "a counter publishes nothing";
+
+    create("demo.Generator", "gen", "numbers", "inproc://first/status");
+    client.succeed(at("gen"), Helper::makeSetParameterMessage("rate", "1000"));
+    client.succeed(at("counter"), Helper::makeConnectStreamMessage("numbers", "inproc://first/status", ""));
+    const QDeadlineTimer deadline(10000);
+    while (number(client, at("counter"), "messages") < 20) {
+        ASSERT_FALSE(deadline.hasExpired()) << "the counter received too little";
+    }
+    client.succeed(at("gen"), Helper::makeStopStreamMessage(""));
+    // The stop's reply left after the last message was queued at the counter, which reads up to 256
+    // of them after answering this request: the next one finds them all read.
+    number(client, at("counter"), "messages");
+
+    const QJsonObject gen = statusOf(client, at("gen"));
+    const QJsonObject output = gen["outputs"].toArray().at(0).toObject();
+    EXPECT_EQ(output["stream"], "numbers");
+    EXPECT_EQ(output["messages"].toInteger(), number(client, at("gen"), "sent"));
+    EXPECT_EQ(output["bytes"].toInteger(), 64 * output["messages"].toInteger());
+    EXPECT_EQ(gen["streams"].toArray().at(0)["running"], false);
+    const QJsonObject counter = statusOf(client, at("counter"));
+    const QJsonObject input = counter["input"].toObject();
+    EXPECT_EQ(input["messages"].toInteger(), number(client, at("counter"), "messages"));
+    EXPECT_EQ(input["bytes"].toInteger(), number(client, at("counter"), "bytes"));
+    EXPECT_GE(input["idleMs"].toInteger(-1), 0);
+    EXPECT_EQ(counter["sources"].toArray(),
+              (QJsonArray{QJsonObject{{"address", "inproc://first/status"}, {"filters", QJsonArray()}}}));
+}
+
+// demo.json must say what the processors really do: each type describes the names of its own list
+// (which leaves zal's reserved names out), each readable unless write-only, and a read-only one is
+// refused for set. zal.parameters itself can be read but not set.
+TEST_F(FirstHour, EachDemoTypeDescribesExactlyTheParametersItHas) {
+    for (const std::string type : {"Counter", "Generator", "Player", "Recorder"}) {
+        SCOPED_TRACE(type);
+        create("demo." + type, type, type, "inproc://first/" + type);
+        const QString described =
+            client.succeed(at(type), Helper::makeGetParameterMessage("zal.parameters")).GetParameter();
+        QStringList names;
+        for (const QJsonValue& parameter : QJsonDocument::fromJson(described.toUtf8()).array()) {
+            const std::string name = parameter["name"].toString().toStdString();
+            const QString access = parameter["access"].toString();
+            names << QString::fromStdString(name);
+            const Message got = client.request(at(type), Helper::makeGetParameterMessage(name));
+            EXPECT_EQ(got.GetResultType() == Message::ResultType::Success, access != "write-only") << name;
+            if (access == "read-only") {
+                EXPECT_EQ(client.refusal(at(type), Helper::makeSetParameterMessage(name, "1")),
+                          QString::fromStdString("Cannot set parameter: " + name + " (read-only)"));
+            }
+        }
+        EXPECT_EQ(names.join(','),
+                  client.succeed(at(type), Helper::makeGetParameterListMessage()).GetParameter());
+        EXPECT_EQ(client.refusal(at(type), Helper::makeSetParameterMessage("zal.parameters", "[]")),
+                  "Cannot set parameter: zal.parameters (reserved for zal)");
+    }
 }

@@ -1,5 +1,5 @@
-// The examples of README.md, docs/zalctl.md and `zalctl --help`, run as written with the built
-// programs, so that the documentation cannot drift from what the programs do.
+// The examples of README.md, docs/zalctl.md, docs/observability.md and `zalctl --help`, run as written with
+// the built programs, so that the documentation cannot drift from what the programs do.
 #include <gtest/gtest.h>
 
 #include <QFile>
@@ -153,17 +153,27 @@ QString expectAsShown(QVector<Step> steps, bool compare = true) {
 
 }  // namespace
 
-// The README's walk-through and the zalctl page's examples each feed a counter that receives.
-TEST(DocumentedExamples, TheReadmeAndTheZalctlPageShowWhatTheirExamplesPrint) {
-    for (const auto& [document, least] : {std::pair{"README.md", 1}, std::pair{"docs/zalctl.md", 2}}) {
-        const QVector<QVector<Step>> sessions = sessionsIn(readSource(document));
-        ASSERT_GE(sessions.size(), least) << document;
+// Each page's examples feed a counter that receives; on the observability page the counter's own
+// status says so.
+TEST(DocumentedExamples, EachPageShowsWhatItsExamplesPrint) {
+    const struct {
+        const char* document;
+        int sessions;
+        const char* received;
+    } pages[] = {
+        {"README.md", 1, "messages=[1-9]"},
+        {"docs/zalctl.md", 2, "messages=[1-9]"},
+        {"docs/observability.md", 2, R"(\{"input":\{"bytes":[1-9]\d*,"idleMs":\d+,"messages":[1-9])"},
+    };
+    for (const auto& page : pages) {
+        const QVector<QVector<Step>> sessions = sessionsIn(readSource(page.document));
+        ASSERT_GE(sessions.size(), page.sessions) << page.document;
         QString output;
         for (const QVector<Step>& session : sessions) {
             output += expectAsShown(session);
         }
-        EXPECT_TRUE(output.contains(QRegularExpression("messages=[1-9]")))
-            << document << output.toStdString();
+        EXPECT_TRUE(output.contains(QRegularExpression(page.received)))
+            << page.document << output.toStdString();
     }
 }
 

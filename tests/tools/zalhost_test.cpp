@@ -2,6 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <csignal>
 
@@ -342,4 +346,94 @@ TEST_F(ZalHost, PipelineOutputNamesEachCommandAndKeepsEveryWatch) {
     EXPECT_EQ(outcome.status, 2);
     EXPECT_TRUE(outcome.err.contains(wrong + ":3: Error: Cannot get parameter: nothing"))
         << outcome.err.toStdString();
+}
+
+// The types come from the plug-ins' metadata, each with the file it is in; a folder of
+// ZAL_PLUGIN_PATH is searched too, and a plug-in that describes nothing is still named.
+TEST_F(ZalHost, ListsTheTypesItCanCreateAndTracesATypeNoPluginOffers) {
+    const QString bin = zal::applicationDirectory();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("ZAL_PLUGIN_PATH", bin + "/extra-plugins");
+    const auto listed = runProgram("zal-host", {"--list-types"}, environment);
+    EXPECT_EQ(listed.status, 0);
+    for (const QString& expected : QStringList{
+             "\nQtBridge (built into libzal)\n", "\ndemo.Generator (" + bin + "/demo.so)\n",
+             "\n    costUs    number, read-write, default '0', us: microseconds of busy work per message",
+             "\n    reset     text, write-only, default '': setting it",
+             "\nextraplugin.* (" + bin + "/extra-plugins/extraplugin.so)\n    describes no types"}) {
+        EXPECT_TRUE(listed.out.contains(expected)) << expected.toStdString() << " in:\n"
+                                                   << listed.out.toStdString();
+    }
+
+    environment.insert("ZAL_TRACE_MASK", "0x20");
+    const QString pipeline = write("nope.pipeline", "create-group g\ncreate g x demo.Nope\n");
+    const auto refused = runProgram("zal-host", {"--pipeline", pipeline}, environment);
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_TRUE(
+        refused.err.contains("No plug-in offers the type 'demo.Nope'; searched " + bin + ", " + bin +
+                             "/extra-plugins; found QtBridge (built-in); demo.Counter, demo.Generator, "
+                             "demo.Player, demo.Recorder (" +
+                             bin + "/demo.so)"))
+        << refused.err.toStdString();
+}
+
+// A generator feeding a counter that keeps up and one made too slow for it (its queues overflow and
+// drop), and a counter whose source nothing binds: what top, graph and --json show of it.
+TEST_F(ZalHost, TopShowsTheLossGraphTheEdgesAndEveryJsonAnswerParses) {
+    const QString pipeline =
+        write("observed.pipeline",
+              "create-group g\ncreate g gen demo.Generator --stream numbers=tcp://127.0.0.1:*\n"
+              "set g gen rate 2000\ncreate g fast demo.Counter\nconnect g fast numbers\n"
+              "create g slow demo.Counter\nset g slow costUs 2000\nconnect g slow numbers\n"
+              "create g orphan demo.Counter --source inproc://nobody/binds\n");
+    RunningProgram host("zal-host", {"--listen", "tcp://127.0.0.1:*", "--pipeline", pipeline});
+    const QString frontend = frontendOf(host);
+    ASSERT_FALSE(host.awaitLine("create g orphan").isNull()) << host.output().toStdString();
+
+    const QString top = zalctl(frontend, {"top", "--once"}).out;
+    const auto row = [&](const QString& name) {
+        return QRegularExpression("\n" + name + " .*\n").match(top).captured().simplified();
+    };
+    EXPECT_TRUE(
+        row("g/slow").contains(QRegularExpression(" [1-9]\\d* lost \\d+ of \\d+ from g/gen numbers$")))
+        << top.toStdString();
+    EXPECT_TRUE(row("g/fast").endsWith(" 0 from g/gen numbers")) << top.toStdString();
+    EXPECT_TRUE(row("g/orphan").endsWith("dangling: inproc://nobody/binds (no live stream)"))
+        << top.toStdString();
+
+    // Without --once a table follows the one before (here no terminal) until Ctrl-C.
+    RunningProgram live("zalctl", {"-e", frontend, "top"});
+    EXPECT_FALSE(live.awaitLine("TOTAL").isNull())
+        << "the second sweep has rates: " << live.output().toStdString();
+    EXPECT_EQ(live.terminate(SIGINT), 0) << live.output().toStdString();
+
+    const QString dot = zalctl(frontend, {"graph", "--format", "dot"}).out;
+    for (const QString edge :
+         {R"("g/gen numbers" -> "g/fast")", R"("g/gen numbers" -> "g/slow")", R"(-> "g/orphan")"}) {
+        EXPECT_TRUE(dot.contains(edge)) << edge.toStdString() << "\n" << dot.toStdString();
+    }
+
+    QMap<QString, QJsonObject> answers;
+    for (const QString line : {"groups", "processors g", "streams g gen", "sources g slow", "list g slow",
+                               "get g slow costUs", "resolve g numbers", "get g fast nope", "graph",
+                               "top g --once", "watch g fast messages --count 2", "create", "keygen"}) {
+        const QStringList objects =
+            zalctl(frontend, QStringList{"--json"} + line.split(' ')).out.split('\n', Qt::SkipEmptyParts);
+        EXPECT_EQ(objects.size(), line.startsWith("watch") ? 2 : 1) << line.toStdString();
+        for (const QString& object : objects) {
+            QJsonParseError error;
+            answers[line] = QJsonDocument::fromJson(object.toUtf8(), &error).object();
+            EXPECT_EQ(error.error, QJsonParseError::NoError) << object.toStdString();
+            EXPECT_EQ(answers[line].keys(), (QStringList{"result", "text", "value"})) << object.toStdString();
+        }
+    }
+    EXPECT_EQ(answers["groups"]["value"], QJsonArray{"g"});
+    EXPECT_EQ(answers["processors g"]["value"], (QJsonArray{"fast", "gen", "orphan", "slow"}));
+    EXPECT_EQ(answers["sources g slow"]["value"][0]["address"],
+              answers["streams g gen"]["value"][0]["addresses"][0]);
+    EXPECT_EQ(answers["get g slow costUs"]["value"], "2000");
+    EXPECT_EQ(answers["get g fast nope"]["result"], "Error");
+    EXPECT_EQ(answers["create"]["result"], "Usage");
+    EXPECT_EQ(answers["top g --once"]["value"].toObject()["processors"].toArray().size(), 4);
+    EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
 }

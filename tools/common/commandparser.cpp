@@ -6,6 +6,7 @@
 #include "zal/msg/configtool.h"
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/transport/endpoints.h"
+#include "zaltools/optionwords.h"
 
 namespace zaltools {
 
@@ -18,35 +19,11 @@ using zal::Endpoints;
     throw UsageError(text.toStdString());
 }
 
-// The words of one command after option parsing; options keep the order in which they came.
-struct Arguments {
+// The words of one command after option parsing, the fixed arguments by their names.
+struct Arguments : OptionWords {
+    using OptionWords::OptionWords;
     QMap<QString, QString> named;  // argument name -> value, for the fixed arguments
     QStringList rest;              // repetitions of a repeating last argument
-    QVector<QPair<QString, QString>> options;
-    bool xml = false;
-
-    QString single(const QString& option, const QString& command) const {
-        QString value;
-        int count = 0;
-        for (const auto& [name, v] : options) {
-            if (name == option) {
-                value = v;
-                ++count;
-            }
-        }
-        if (count > 1) {
-            fail(QStringLiteral("%1: option %2 may be given only once.").arg(command, option));
-        }
-        return value;
-    }
-    bool has(const QString& option) const {
-        for (const auto& entry : options) {
-            if (entry.first == option) {
-                return true;
-            }
-        }
-        return false;
-    }
 };
 
 // Names become path segments of identities ("inproc://zal/g/p"), so an empty one or one with a
@@ -136,38 +113,12 @@ struct Syntax {
     Builder build;
 };
 
+// --xml and --json are accepted by every command.
 Arguments splitArguments(const Syntax& syntax, const QStringList& words) {
     const QString command = QLatin1String(syntax.name);
-    Arguments arguments;
-    QStringList positional;
-    bool optionsEnded = false;
-    for (qsizetype i = 1; i < words.size(); ++i) {
-        const QString& word = words[i];
-        if (optionsEnded || !word.startsWith(QLatin1String("--"))) {
-            positional << word;
-            continue;
-        }
-        if (word == QLatin1String("--")) {
-            optionsEnded = true;
-            continue;
-        }
-        const qsizetype equals = word.indexOf(QLatin1Char('='));
-        const QString option = equals < 0 ? word : word.left(equals);
-        if (option == QLatin1String("--xml") && equals < 0) {
-            arguments.xml = true;
-            continue;
-        }
-        if (!syntax.options.contains(option)) {
-            fail(QStringLiteral("%1: unknown option '%2'.").arg(command, option));
-        }
-        if (equals >= 0) {
-            arguments.options.append({option, word.mid(equals + 1)});
-        } else if (i + 1 < words.size()) {
-            arguments.options.append({option, words[++i]});
-        } else {
-            fail(QStringLiteral("%1: option %2 needs a value.").arg(command, option));
-        }
-    }
+    Arguments arguments(command, words.mid(1), syntax.options,
+                        {QStringLiteral("--xml"), QStringLiteral("--json")});
+    const QStringList& positional = arguments.positional;
     const qsizetype required = syntax.arguments.size();
     if (positional.size() < required) {
         fail(QStringLiteral("%1: missing %2. Usage: %3")
@@ -316,7 +267,7 @@ void deleteProcessor(const Words& words, Command& command) {
 void connectStream(const Words& words, Command& command) {
     words.address(command, Service::Processor);
     const Arguments& arguments = words.arguments;
-    const QString named = arguments.single(QStringLiteral("--stream-name"), words.command);
+    const QString named = arguments.single(QStringLiteral("--stream-name"));
     if (arguments.named.contains(QStringLiteral("STREAM")) ==
         arguments.has(QStringLiteral("--stream-name"))) {
         fail(QStringLiteral("connect: give the stream name either as STREAM or as --stream-name, once."));
@@ -331,7 +282,7 @@ void connectStream(const Words& words, Command& command) {
     }
     if (arguments.has(QStringLiteral("--address"))) {
         const QString address = checkedNonEmpty(words.command, QStringLiteral("--address"),
-                                                arguments.single(QStringLiteral("--address"), words.command));
+                                                arguments.single(QStringLiteral("--address")));
         command.request = ControlMessageHelper::makeConnectStreamMessage(str(command.streamName),
                                                                          str(address), command.filters);
     } else {
@@ -365,7 +316,7 @@ void getParameter(const Words& words, Command& command) {
 void listParameters(const Words& words, Command& command) {
     words.address(command, Service::Processor);
     command.request = ControlMessageHelper::makeGetParameterListMessage();
-    command.presentation = Presentation::CommaList;
+    command.presentation = Presentation::ParameterNames;
 }
 
 void startRecording(const Words& words, Command& command) {
@@ -504,7 +455,8 @@ Command CommandParser::parse(const QStringList& words) const {
     const Words checked(words[0], splitArguments(*syntax, words), prefix);
     Command command;
     command.name = words[0];
-    command.xml = checked.arguments.xml;
+    command.xml = checked.arguments.flag(QStringLiteral("--xml"));
+    command.json = checked.arguments.flag(QStringLiteral("--json"));
     syntax->build(checked, command);
     return command;
 }

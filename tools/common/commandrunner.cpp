@@ -2,6 +2,7 @@
 
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/services/requestclienttemplate.h"
+#include "zaltools/jsonreply.h"
 #include "zaltools/replyformatter.h"
 
 namespace zaltools {
@@ -38,8 +39,8 @@ ExitStatus CommandResult::status() const {
     return ExitStatus::Error;
 }
 
-CommandRunner::CommandRunner(std::string endpoint, int timeoutMs, bool xml, std::string prefix)
-    : endpoint(std::move(endpoint)), timeoutMs(timeoutMs), xml(xml), parser(std::move(prefix)) {}
+CommandRunner::CommandRunner(std::string endpoint, int timeoutMs, Form form, std::string prefix)
+    : endpoint(std::move(endpoint)), timeoutMs(timeoutMs), form(form), parser(std::move(prefix)) {}
 
 CommandRunner::~CommandRunner() = default;
 
@@ -56,15 +57,45 @@ CommandResult CommandRunner::execute(const QStringList& words) {
         CommandResult result;
         result.outcome = Outcome::BadUsage;
         result.text = QString::fromUtf8(e.what());
+        if (form == Form::Json) {
+            result.text = JsonReply::ofOutcome(result.status(), result.text);
+        }
         return result;
     }
 }
 
 CommandResult CommandRunner::execute(const Command& command) {
     CommandResult result;
+    QVector<ParameterDescription> described;
+    const bool answered = attempt(command, result, described);
+    switch (formOf(command)) {
+        case Form::Json:
+            result.text = answered ? JsonReply::ofReply(result.reply, command.presentation)
+                                   : JsonReply::ofOutcome(result.status(), result.text);
+            break;
+        case Form::Xml:
+            result.text = answered ? ReplyFormatter::formatXml(result.reply) : result.text;
+            break;
+        case Form::Text:
+            result.text = answered ? ReplyFormatter::format(result.reply, command.presentation, described)
+                                   : result.text;
+            break;
+    }
+    return result;
+}
+
+Form CommandRunner::formOf(const Command& command) const {
+    if (form == Form::Json || command.json) {
+        return Form::Json;
+    }
+    return form == Form::Xml || command.xml ? Form::Xml : Form::Text;
+}
+
+bool CommandRunner::attempt(const Command& command, CommandResult& result,
+                            QVector<ParameterDescription>& described) {
     try {
         if (!connect(result)) {
-            return result;
+            return false;
         }
         if (command.resolveAt.empty()) {
             ask(command.destination, command.request, result);
@@ -72,17 +103,35 @@ CommandResult CommandRunner::execute(const Command& command) {
                 explainSilence(command.destination, command.service, command, result);
             }
         } else if (!connectByName(command, result)) {
-            return result;
+            return false;
         }
-        if (result.outcome == Outcome::Replied) {
-            result.text = command.xml || xml ? ReplyFormatter::formatXml(result.reply)
-                                             : ReplyFormatter::format(result.reply, command.presentation);
+        if (result.outcome != Outcome::Replied) {
+            return false;
         }
+        if (command.presentation == Presentation::ParameterNames && formOf(command) == Form::Text &&
+            result.status() == ExitStatus::Success) {
+            described = describe(command);
+        }
+        return true;
     } catch (const std::exception& e) {
         result.outcome = Outcome::Failed;
         result.text = QStringLiteral("Request failed: %1").arg(QString::fromUtf8(e.what()));
+        return false;
     }
-    return result;
+}
+
+// A processor whose type describes nothing, or that is older than the descriptions, refuses the
+// reserved name; its parameters are then shown by name alone.
+QVector<ParameterDescription> CommandRunner::describe(const Command& command) {
+    CommandResult described;
+    ask(command.destination,
+        zal::ControlMessageHelper::makeGetParameterMessage(
+            ParameterDescription::parameterName().toStdString()),
+        described);
+    if (described.outcome != Outcome::Replied || described.status() != ExitStatus::Success) {
+        return {};
+    }
+    return ParameterDescription::listFrom(described.reply.GetParameter());
 }
 
 bool CommandRunner::connect(CommandResult& result) {

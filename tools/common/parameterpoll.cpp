@@ -1,6 +1,9 @@
 #include "zaltools/parameterpoll.h"
 
+#include <QJsonObject>
+
 #include "zaltools/commandparser.h"
+#include "zaltools/jsonreply.h"
 
 namespace zaltools {
 
@@ -34,16 +37,24 @@ QString ParameterPoll::usage() {
     return QStringLiteral("watch GROUP PROCESSOR PARAM[,PARAM...]");
 }
 
-QString ParameterPoll::round(CommandRunner& runner, std::optional<CommandResult>& failed) const {
+QString ParameterPoll::round(CommandRunner& runner, std::optional<CommandResult>& failed, bool json) const {
     QStringList values;
+    QJsonObject given;
     for (const QString& name : parameters) {
         const CommandResult result =
             runner.execute(QStringList{QStringLiteral("get"), group, processor, name});
-        const bool given = result.outcome == Outcome::Replied && result.status() == ExitStatus::Success;
-        if (!given && !failed) {
+        const bool answered = result.outcome == Outcome::Replied && result.status() == ExitStatus::Success;
+        if (!answered && !failed) {
             failed = result;
         }
-        values << name + QLatin1Char('=') + (given ? result.reply.GetParameter() : QStringLiteral("?"));
+        values << name + QLatin1Char('=') + (answered ? result.reply.GetParameter() : QStringLiteral("?"));
+        given.insert(name, answered ? QJsonValue(result.reply.GetParameter()) : QJsonValue());
+    }
+    if (json) {
+        return JsonReply::envelope(ExitStatus::Success, QString(),
+                                   QJsonObject{{QStringLiteral("group"), group},
+                                               {QStringLiteral("processor"), processor},
+                                               {QStringLiteral("parameters"), given}});
     }
     return group + QLatin1Char('/') + processor + QStringLiteral(": ") + values.join(QLatin1Char(' '));
 }

@@ -1,9 +1,11 @@
 #include "zaltools/replyformatter.h"
 
 #include <QStringList>
+#include <algorithm>
 
 #include "zal/msg/configtool.h"
 #include "zal/msg/controlmessagehelper.h"
+#include "zaltools/texttable.h"
 
 namespace zaltools {
 
@@ -26,14 +28,28 @@ QString joined(const QVector<QString>& items) {
     return zal::ConfigTool::getAddressList(items, QStringLiteral(","));
 }
 
-void appendValue(QStringList& lines, const Message& reply, Presentation presentation) {
+// Each name on a line, followed by its description where there is one, in a column of their own.
+void appendNames(QStringList& lines, const Message& reply, const QVector<ParameterDescription>& described) {
+    const QStringList names = reply.GetParameter().split(QLatin1Char(','), Qt::SkipEmptyParts);
+    TextTable table({false, false});
+    for (const QString& name : names) {
+        const auto found = std::find_if(described.begin(), described.end(),
+                                        [&](const ParameterDescription& d) { return d.name == name; });
+        table.add(found == described.end() ? QStringList{name} : QStringList{name, found->summary()});
+    }
+    if (!names.isEmpty()) {
+        lines << table.render().split(QLatin1Char('\n'));
+    }
+}
+
+void appendValue(QStringList& lines, const Message& reply, Presentation presentation,
+                 const QVector<ParameterDescription>& described) {
     switch (presentation) {
         case Presentation::Nothing:
             break;
         case Presentation::CommaList:
-            for (const QString& item : reply.GetParameter().split(QLatin1Char(','), Qt::SkipEmptyParts)) {
-                lines << item;
-            }
+        case Presentation::ParameterNames:
+            appendNames(lines, reply, described);
             break;
         case Presentation::Value:
             if (reply.IsParameterSet()) {
@@ -68,7 +84,8 @@ void appendValue(QStringList& lines, const Message& reply, Presentation presenta
 
 }  // namespace
 
-QString ReplyFormatter::format(const Message& reply, Presentation presentation) {
+QString ReplyFormatter::format(const Message& reply, Presentation presentation,
+                               const QVector<ParameterDescription>& described) {
     QStringList lines;
     // Some designed texts carry the result already ("Error: 's' does not exist"); it is not doubled.
     const QString result = resultName(reply);
@@ -81,7 +98,7 @@ QString ReplyFormatter::format(const Message& reply, Presentation presentation) 
     }
     if (reply.GetResultType() == Message::ResultType::Success ||
         reply.GetResultType() == Message::ResultType::Warning) {
-        appendValue(lines, reply, presentation);
+        appendValue(lines, reply, presentation, described);
     }
     return lines.join(QLatin1Char('\n'));
 }

@@ -14,6 +14,7 @@
 #include "pipelinefile.h"
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
+#include "typelisting.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
 #include "zal/platform/idllinstance.h"
@@ -112,6 +113,9 @@ void describeOptions(QCommandLineParser& parser) {
          QStringLiteral("Control commands to run in order at start, one per line."), QStringLiteral("FILE")},
         {QStringLiteral("duration"), QStringLiteral("Stop after this many seconds."),
          QStringLiteral("SECONDS")},
+        {QStringLiteral("list-types"),
+         QStringLiteral("Print every processor type this host can create, with its parameters and the "
+                        "file it comes from, and exit.")},
     });
 }
 
@@ -132,6 +136,10 @@ std::optional<int> readOptions(Options& options, QTextStream& out, QTextStream& 
         out << (parser.isSet(QStringLiteral("help")) ? parser.helpText()
                                                      : QCoreApplication::applicationName() + ' ' +
                                                            QCoreApplication::applicationVersion() + '\n');
+        return Ok;
+    }
+    if (parser.isSet(QStringLiteral("list-types"))) {
+        typelisting::print(out);
         return Ok;
     }
     if (!parser.positionalArguments().isEmpty()) {

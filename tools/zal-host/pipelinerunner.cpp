@@ -34,13 +34,13 @@ bool PipelineRunner::run(const PipelineFile& file, QString& error) {
 }
 
 // A reply's first line says which command it answers ("Success  create-group demo"), since a run
-// prints many of them; the raw XML of --xml stays as it travelled.
+// prints many of them; the raw XML of --xml stays as it travelled, and so does --json's object.
 bool PipelineRunner::runCommand(const QStringList& words, QString& reason) {
     const zaltools::CommandResult result = runner.execute(words);
     const ExitStatus status = result.status();
     QString text = result.text;
     if ((status == ExitStatus::Success || status == ExitStatus::Warning) &&
-        !text.startsWith(QLatin1Char('<'))) {
+        !text.startsWith(QLatin1Char('<')) && !text.startsWith(QLatin1Char('{'))) {
         const qsizetype end = text.indexOf(QLatin1Char('\n'));
         text.insert(end < 0 ? text.size() : end, QStringLiteral("  ") + zaltools::LineSplitter::join(words));
     }

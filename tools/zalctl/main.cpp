@@ -1,5 +1,6 @@
 // zalctl: one control request to a running system per call, with the reply's result as exit status.
 #include <QFile>
+#include <QJsonObject>
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -11,12 +12,18 @@
 #include <ctime>
 #include <optional>
 
+#include "console.h"
+#include "graphcommand.h"
+#include "topcommand.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/curvekeys.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/commandrunner.h"
 #include "zaltools/exitstatus.h"
+#include "zaltools/jsonreply.h"
+#include "zaltools/optionwords.h"
 #include "zaltools/parameterpoll.h"
+#include "zaltools/requestpacer.h"
 
 namespace {
 
@@ -35,6 +42,9 @@ const char* const examples =
     "  zalctl get g1 counter messages\n"
     "  zalctl watch g1 counter messages,rate --count 3\n"
     "  zalctl --xml streams g1 gen\n"
+    "  zalctl top --once\n"
+    "  zalctl graph --format dot\n"
+    "  zalctl --json sources g1 counter\n"
     "  ZAL_ENDPOINT=tcp://127.0.0.1:5555 zalctl groups\n"
     "  zalctl keygen --public-file client.pub --secret-file client.secret\n";
 
@@ -52,6 +62,8 @@ QString helpText() {
                "  -e, --endpoint ADDR  the router frontend (default: $ZAL_ENDPOINT, else %1)\n"
                "      --timeout MS     how long to wait for each reply, in milliseconds (default %2)\n"
                "      --xml            print the raw reply XML instead (a command may also end in --xml)\n"
+               "      --json           print one JSON object instead: {\"result\", \"text\", \"value\"}\n"
+               "                       (a command may also carry --json)\n"
                "  -h, --help           print this help\n"
                "      --version        print zalctl's version\n"
                "CURVE, for a frontend that requires it (all keys are 40 Z85 characters):\n"
@@ -64,9 +76,17 @@ QString helpText() {
                "\n"
                "Commands:\n"
                "  %3\n"
-               "  watch GROUP PROCESSOR PARAM[,PARAM...] [--count N]\n"
+               "  watch GROUP PROCESSOR PARAM[,PARAM...] [--count N] [--json]\n"
                "      asks for those parameters once a second and prints them, a line a round, until\n"
                "      Ctrl-C or N rounds; a parameter the processor does not give ends it at once\n"
+               "  %5\n"
+               "      a table of every processor (or GROUP's) once a second until Ctrl-C: type, messages\n"
+               "      and MB a second in and out, totals, and per consumer the messages its producers\n"
+               "      published that it did not receive (LOST); --once: one table, of two sweeps an interval "
+               "apart\n"
+               "  %6\n"
+               "      groups, processors, their streams and the consumers each stream feeds; sources\n"
+               "      no live stream binds are dangling; svg needs Graphviz's dot\n"
                "  keygen [--public-file FILE] [--secret-file FILE]\n"
                "      makes a CURVE key pair, prints it and writes the key files asked for (never over an\n"
                "      existing file; the secret one readable by its owner only)\n"
@@ -90,18 +110,15 @@ QString helpText() {
                "Examples (a host to try them on first):\n%4")
         .arg(QLatin1String(defaultEndpoint))
         .arg(zal::socketDefaultTimeout)
-        .arg(commands, QLatin1String(examples));
-}
-
-void print(std::FILE* stream, const QString& text) {
-    const QByteArray bytes = text.toLocal8Bit();
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
-    std::fputc('\n', stream);
+        .arg(commands, QLatin1String(examples), TopCommand::usage(), GraphCommand::usage());
 }
 
 int usage(const QString& text) {
-    print(stderr, QStringLiteral("zalctl: %1\nRun 'zalctl --help' for commands and options.").arg(text));
-    return static_cast<int>(ExitStatus::Usage);
+    return Console::usage(text);
+}
+
+void print(std::FILE* stream, const QString& text) {
+    Console::print(stream, text);
 }
 
 bool isOption(const QString& word, const QStringList& names) {
@@ -130,18 +147,23 @@ bool writeKeyFile(const QString& path, const QString& comment, const std::string
 
 int keygen(const QStringList& words) {
     QMap<QString, QString> files;
-    for (qsizetype i = 0; i < words.size(); ++i) {
-        const qsizetype equals = words[i].indexOf(QLatin1Char('='));
-        const QString option = equals < 0 ? words[i] : words[i].left(equals);
-        if (option != QLatin1String("--public-file") && option != QLatin1String("--secret-file")) {
-            return usage(QStringLiteral("keygen: unexpected '%1'.").arg(words[i]));
+    try {
+        const zaltools::OptionWords given(QStringLiteral("keygen"), words,
+                                          {QStringLiteral("--public-file"), QStringLiteral("--secret-file")},
+                                          {QStringLiteral("--json")});
+        if (!given.positional.isEmpty()) {
+            return usage(QStringLiteral("keygen: unexpected '%1'.").arg(given.positional.front()));
         }
-        QString value =
-            equals < 0 ? (i + 1 < words.size() ? words[++i] : QString()) : words[i].mid(equals + 1);
-        if (value.isEmpty()) {
-            return usage(QStringLiteral("keygen: %1 needs a file name.").arg(option));
+        for (const QString option : {"--public-file", "--secret-file"}) {
+            if (given.has(option) && given.single(option).isEmpty()) {
+                return usage(QStringLiteral("keygen: %1 needs a file name.").arg(option));
+            }
+            if (given.has(option)) {
+                files[option] = given.single(option);
+            }
         }
-        files[option] = value;
+    } catch (const zaltools::UsageError& e) {
+        return usage(QString::fromUtf8(e.what()));
     }
     // Both checked before either is written, so that a refusal leaves no half pair behind.
     if (files.size() == 2 && files.first() == files.last()) {
@@ -149,9 +171,9 @@ int keygen(const QStringList& words) {
     }
     for (const QString& path : files) {
         if (QFile::exists(path)) {
-            print(stderr, QStringLiteral("zalctl: keygen: '%1' exists; keygen does not overwrite key files.")
-                              .arg(path));
-            return static_cast<int>(ExitStatus::CannotWrite);
+            return Console::fail(
+                ExitStatus::CannotWrite,
+                QStringLiteral("keygen: '%1' exists; keygen does not overwrite key files.").arg(path));
         }
     }
     const zal::CurveKeys::Pair pair = zal::CurveKeys::generate();
@@ -163,11 +185,15 @@ int keygen(const QStringList& words) {
          !writeKeyFile(files[QStringLiteral("--secret-file")],
                        QStringLiteral("zal CURVE secret key: keep it private"), pair.secretKey, true,
                        error))) {
-        print(stderr, QStringLiteral("zalctl: keygen: %1").arg(error));
-        return static_cast<int>(ExitStatus::CannotWrite);
+        return Console::fail(ExitStatus::CannotWrite, QStringLiteral("keygen: %1").arg(error));
     }
-    print(stdout, QStringLiteral("public-key: %1\nsecret-key: %2")
-                      .arg(QString::fromStdString(pair.publicKey), QString::fromStdString(pair.secretKey)));
+    const QString publicKey = QString::fromStdString(pair.publicKey);
+    const QString secretKey = QString::fromStdString(pair.secretKey);
+    print(stdout, Console::json()
+                      ? zaltools::JsonReply::envelope(ExitStatus::Success, QString(),
+                                                      QJsonObject{{QStringLiteral("publicKey"), publicKey},
+                                                                  {QStringLiteral("secretKey"), secretKey}})
+                      : QStringLiteral("public-key: %1\nsecret-key: %2").arg(publicKey, secretKey));
     return static_cast<int>(ExitStatus::Success);
 }
 
@@ -208,6 +234,7 @@ struct Options {
     QString endpoint;
     int timeoutMs = zal::socketDefaultTimeout;
     bool xml = false;
+    bool json = false;
     CurveOptions curve;
 };
 
@@ -259,8 +286,8 @@ std::optional<int> readOptions(const QStringList& arguments, Options& options, q
             print(stdout, QStringLiteral("zalctl " ZAL_VERSION));
             return static_cast<int>(ExitStatus::Success);
         }
-        if (word == QLatin1String("--xml")) {
-            options.xml = true;
+        if (word == QLatin1String("--xml") || word == QLatin1String("--json")) {
+            (word == QLatin1String("--xml") ? options.xml : options.json) = true;
             continue;
         }
         const qsizetype equals = word.startsWith(QLatin1String("--")) ? word.indexOf(QLatin1Char('=')) : -1;
@@ -298,21 +325,6 @@ void useCurve(const CurveOptions& curve, zaltools::CommandRunner& runner) {
     runner.useCurve(server, client);
 }
 
-// Shows a command's result as zalctl shows every reply; its exit status.
-int report(const zaltools::CommandResult& result) {
-    switch (result.outcome) {
-        case zaltools::Outcome::BadUsage:
-            return usage(result.text);
-        case zaltools::Outcome::NoReply:
-        case zaltools::Outcome::NoSuchName:
-            print(stderr, QStringLiteral("zalctl: %1").arg(result.text));
-            break;
-        default:
-            print(stdout, result.text);
-    }
-    return static_cast<int>(result.status());
-}
-
 // Applies the options' CURVE keys to the runner; an exit status when they cannot be used.
 std::optional<int> useOptions(const Options& options, zaltools::CommandRunner& runner) {
     if (options.curve.any()) {
@@ -325,52 +337,98 @@ std::optional<int> useOptions(const Options& options, zaltools::CommandRunner& r
     return std::nullopt;
 }
 
+zaltools::Form formOf(const Options& options) {
+    if (Console::json()) {
+        return zaltools::Form::Json;
+    }
+    return options.xml ? zaltools::Form::Xml : zaltools::Form::Text;
+}
+
 int run(const Options& options, const QStringList& words) {
-    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, options.xml);
+    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, formOf(options));
     if (const std::optional<int> status = useOptions(options, runner)) {
         return *status;
     }
-    return report(runner.execute(words));
+    return Console::report(runner.execute(words));
 }
 
-// Set by SIGINT, which ends a watch after its current round.
+// Set by SIGINT, which ends a watch after its current round and top after its current request.
 volatile std::sig_atomic_t interrupted = 0;
 
 void onInterrupt(int) {
     interrupted = 1;
 }
 
-// Takes "--count N" (or --count=N) out of the words; an exit status when N is no positive number.
-std::optional<int> takeCount(QStringList& words, int& count) {
-    for (qsizetype i = 0; i < words.size(); ++i) {
-        if (words[i] != QLatin1String("--count") && !words[i].startsWith(QLatin1String("--count="))) {
-            continue;
-        }
-        const bool inlineValue = words[i].contains(QLatin1Char('='));
-        const QString value = inlineValue ? words[i].section(QLatin1Char('='), 1) : words.value(i + 1);
-        words.remove(i, inlineValue ? 1 : std::min<qsizetype>(2, words.size() - i));
-        bool number = false;
-        count = value.toInt(&number);
-        if (!number || count <= 0) {
-            return usage(
-                QStringLiteral("watch: --count '%1' is not a positive number of rounds.").arg(value));
-        }
-        return std::nullopt;
+// Without SA_RESTART, so that the signal also ends the wait it arrives in.
+void catchInterrupt() {
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+// The number of rounds --count asks for, 0 without it; throws UsageError for one that is no
+// positive number.
+int countOf(const zaltools::OptionWords& given) {
+    if (!given.has(QStringLiteral("--count"))) {
+        return 0;
     }
-    return std::nullopt;
+    const QString value = given.single(QStringLiteral("--count"));
+    bool number = false;
+    const int count = value.toInt(&number);
+    if (!number || count <= 0) {
+        throw zaltools::UsageError(QStringLiteral("watch: --count '%1' is not a positive number of rounds.")
+                                       .arg(value)
+                                       .toStdString());
+    }
+    return count;
 }
 
 // A round once a second until SIGINT or `--count` rounds. The first round must find every
 // parameter, or the watch ends with the failed get's output and status; later, a value that does
 // not come shows as "?".
-int watch(const Options& options, QStringList words) {
+int watch(const Options& options, const QStringList& words) {
     int count = 0;
-    if (const std::optional<int> status = takeCount(words, count)) {
-        return *status;
-    }
     std::optional<zaltools::ParameterPoll> poll;
     try {
-        poll.emplace(words);
+        const zaltools::OptionWords given(QStringLiteral("watch"), words.mid(1), {QStringLiteral("--count")},
+                                          {QStringLiteral("--json")});
+        count = countOf(given);
+        poll.emplace(QStringList{words.front()} + given.positional);
+    } catch (const zaltools::UsageError& e) {
+        return usage(QString::fromUtf8(e.what()));
+    }
+    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, formOf(options));
+    if (const std::optional<int> status = useOptions(options, runner)) {
+        return *status;
+    }
+    catchInterrupt();
+    auto next = zaltools::RequestPacer::Clock::now();
+    for (int round = 0; !interrupted && (count == 0 || round < count); ++round) {
+        std::optional<zaltools::CommandResult> failed;
+        const QString line = poll->round(runner, failed, Console::json());
+        if (interrupted) {
+            break;  // the round may have been cut short
+        }
+        if (round == 0 && failed) {
+            return Console::report(*failed);
+        }
+        print(stdout, line);
+        std::fflush(stdout);
+        next += std::chrono::seconds(1);
+        if (count == 0 || round + 1 < count) {
+            zaltools::RequestPacer::waitUntil(next, &interrupted);
+        }
+    }
+    return static_cast<int>(ExitStatus::Success);
+}
+
+// top and graph read the system through a runner whose texts stay text: they make their own JSON.
+template <class OwnCommand, class... Interrupt>
+int runOwn(const Options& options, const QStringList& words, const Interrupt&... interrupt) {
+    std::optional<OwnCommand> command;
+    try {
+        command.emplace(words);
     } catch (const zaltools::UsageError& e) {
         return usage(QString::fromUtf8(e.what()));
     }
@@ -378,30 +436,23 @@ int watch(const Options& options, QStringList words) {
     if (const std::optional<int> status = useOptions(options, runner)) {
         return *status;
     }
-    struct sigaction action = {};
-    action.sa_handler = onInterrupt;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
-    timespec next = {};
-    clock_gettime(CLOCK_MONOTONIC, &next);
-    for (int round = 0; !interrupted && (count == 0 || round < count); ++round) {
-        std::optional<zaltools::CommandResult> failed;
-        const QString line = poll->round(runner, failed);
-        if (interrupted) {
-            break;  // the round may have been cut short
+    return command->run(runner, interrupt...);
+}
+
+// Whether --json stands among the options, before or after the command, so that even a usage error
+// found before the command is read answers in JSON. A "--" after the command ends its options.
+bool wantsJson(const QStringList& arguments) {
+    bool commandSeen = false;
+    for (const QString& word : arguments) {
+        if (word == QLatin1String("--json")) {
+            return true;
         }
-        if (round == 0 && failed) {
-            return report(*failed);
+        if (word == QLatin1String("--") && commandSeen) {
+            return false;
         }
-        print(stdout, line);
-        std::fflush(stdout);
-        ++next.tv_sec;
-        // SIGINT ends the wait at once; any other interruption waits on.
-        while ((count == 0 || round + 1 < count) && !interrupted &&
-               clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr) == EINTR) {
-        }
+        commandSeen = commandSeen || !word.startsWith(QLatin1Char('-'));
     }
-    return static_cast<int>(ExitStatus::Success);
+    return false;
 }
 
 }  // namespace
@@ -411,16 +462,25 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);
     }
+    Console::useJson(wantsJson(arguments));
     Options options = defaultOptions();
     qsizetype at = 0;
     if (const std::optional<int> status = readOptions(arguments, options, at)) {
         return *status;
     }
-    if (arguments[at] == QLatin1String("keygen")) {
+    const QString& command = arguments[at];
+    if (command == QLatin1String("keygen")) {
         return keygen(arguments.mid(at + 1));
     }
-    if (arguments[at] == QLatin1String("watch")) {
+    if (command == QLatin1String("watch")) {
         return watch(options, arguments.mid(at));
+    }
+    if (command == QLatin1String("top")) {
+        catchInterrupt();
+        return runOwn<TopCommand>(options, arguments.mid(at), interrupted);
+    }
+    if (command == QLatin1String("graph")) {
+        return runOwn<GraphCommand>(options, arguments.mid(at));
     }
     return run(options, arguments.mid(at));
 }

@@ -11,8 +11,9 @@ class ProcessorBase;
 struct ProcessorInfo;
 
 // A plug-in library's root object derives from this, declares Q_INTERFACES(zal::Plugin) and
-// Q_PLUGIN_METADATA(IID ZalPlugin_iid): the manager asks every loaded root object for that
-// interface identifier and ignores objects that do not answer.
+// Q_PLUGIN_METADATA(IID ZalPlugin_iid FILE "name.json"): the manager asks every loaded root object
+// for that interface identifier and ignores objects that do not answer. The JSON file describes the
+// library's types and their parameters (PluginDescription); without FILE the library describes none.
 class Plugin : public QObject {
     Q_OBJECT
 public:

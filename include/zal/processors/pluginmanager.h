@@ -1,10 +1,14 @@
 // Finds the plug-in for a processor type, loading plug-in libraries by name on first use.
 #pragma once
 
+#include <QHash>
+#include <QJsonArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
 #include <mutex>
+
+#include "zal/processors/plugindescription.h"
 
 namespace zal {
 
@@ -16,7 +20,8 @@ struct ProcessorInfo;
 // ("demo.Generator") names its plug-in left of the first full stop, which is loaded from
 // "<name>.so" in the application directory on first use (then from the extra directories and
 // ZAL_PLUGIN_PATH). A failed load is retried on the next request. One manager serves every group
-// of an environment, each from its own thread, so its list is guarded by a mutex.
+// of an environment, each from its own thread, so its list is guarded by a mutex. A create that no
+// plug-in serves is traced (trace bit 0x20) with the folders searched and the types found there.
 class PluginManager {
 public:
     PluginManager();
@@ -31,17 +36,31 @@ public:
     // Adds a plug-in the caller keeps owning; false for null or a name already known.
     bool registerPlugin(Plugin* plugin);
 
+    // Where plug-in libraries are looked for, in order: the application directory, the extra
+    // directories, then the folders of ZAL_PLUGIN_PATH.
+    QStringList searchDirectories() const;
+    // Every plug-in a create could use: the built-in first, then each library of the search
+    // directories that is a zal plug-in (the first of a name wins, as for loading), described by
+    // its metadata. No plug-in code is loaded.
+    QList<PluginDescription> describePlugins() const;
+    // The parameter descriptions of a type whose plug-in is known (as after its create); empty when
+    // the type describes none.
+    QJsonArray describeParameters(const QString& type) const;
+
     PluginManager(const PluginManager&) = delete;
     PluginManager& operator=(const PluginManager&) = delete;
 
 private:
     Plugin* findPlugin(QString name) const;
     Plugin* loadPlugin(const QString& name) const;
+    void traceUnknownType(const QString& type) const;
 
     QStringList directories;
     mutable std::recursive_mutex mutex;
     // Guarded by mutex; only grows. The first entry is the built-in plug-in.
     mutable QList<Plugin*> plugins;
+    // Guarded by mutex: the metadata of the built-in and of each plug-in loaded from a library.
+    mutable QHash<const Plugin*, PluginDescription> descriptions;
 };
 
 }  // namespace zal

@@ -2,6 +2,7 @@
 // loop.
 #pragma once
 
+#include <QJsonArray>
 #include <functional>
 #include <memory>
 #include <string>
@@ -10,6 +11,8 @@
 #include "zal/msg/processor.h"
 #include "zal/processors/processorcontrolinterface.h"
 #include "zal/processors/processorcontrolmessagehandler.h"
+#include "zal/processors/reservedparameters.h"
+#include "zal/processors/trafficmeter.h"
 #include "zal/services/controlline.h"
 #include "zal/services/nameserviceclient.h"
 #include "zal/threads/zmqcontrollable.h"
@@ -37,6 +40,10 @@ public:
     void process() override;
     // Safe to call twice. Subclasses free their own sockets first and call this last.
     void release() override;
+
+    // The type as the create request named it and its parameter descriptions, reported under the
+    // reserved parameters; set by the group before the processor's thread starts.
+    void describeType(const QString& type, const QJsonArray& parameters);
 
     std::string getName() const { return name; }
     std::string getGroup() const { return group; }
@@ -66,8 +73,11 @@ protected:
                       const std::function<void(const QString&)>& subscribe);
 
     // Reads what is queued on a readable input, at most maxMessagesPerWakeUp messages, so that one
-    // poll serves a burst while a flood of data never keeps the control line waiting longer.
+    // poll serves a burst while a flood of data never keeps the control line waiting longer. Its
+    // socket's counts are what zal.status reports as the processor's input.
     void drainInput(int socketIndex, InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client);
+    // The output whose counts zal.status reports, publishing `stream`; null before the socket goes.
+    void reportOutput(const ZmqByteStreamOutSocket* output, const QString& stream);
 
     static constexpr int maxMessagesPerWakeUp = 256;
 
@@ -79,10 +89,14 @@ protected:
     zalmsg::Processor processor;
 
 private:
+    // Control, broadcast, then data: one wake-up with events.
+    void serveEvents();
     void freeSockets();
 
     // Left by refuse() for the control handler, which reads and clears it; this thread's only.
     QString refusal;
+    TrafficMeter traffic;
+    ReservedParameters reserved{*this, traffic};
     std::unique_ptr<NameServiceClient> nameServiceClient;
     std::unique_ptr<ProcessorControlMessageHandler<ZmqControlSocket>> messageHandler;
     std::unique_ptr<ControlLine> controlLine;

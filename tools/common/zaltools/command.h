@@ -11,13 +11,17 @@ namespace zaltools {
 
 // Which part of a reply carries the value a user asked for.
 enum class Presentation {
-    Nothing,       // result and text only
-    CommaList,     // Parameter "a,b", shown one item per line
-    Value,         // Parameter as it is
-    DataSources,   // DataSource list
-    DataStreams,   // DataStream list
-    ResolvedName,  // ProcessorName and StreamAddresses
+    Nothing,         // result and text only
+    CommaList,       // Parameter "a,b", shown one item per line
+    ParameterNames,  // as CommaList, each name with its description where the processor's type gives one
+    Value,           // Parameter as it is
+    DataSources,     // DataSource list
+    DataStreams,     // DataStream list
+    ResolvedName,    // ProcessorName and StreamAddresses
 };
+
+// How results are shown: for people, as the reply's XML, or as one JSON object for scripts.
+enum class Form { Text, Xml, Json };
 
 // The kinds of service a command may ask.
 enum class Service { GroupManager, Group, NameService, Processor };
@@ -40,7 +44,8 @@ struct Command {
     QString streamName;
     std::vector<std::string> filters;
     Presentation presentation = Presentation::Nothing;
-    bool xml = false;  // show the raw reply instead of the formatted one
+    bool xml = false;   // show the raw reply instead of the formatted one
+    bool json = false;  // show what became of the command as one JSON object
 };
 
 }  // namespace zaltools

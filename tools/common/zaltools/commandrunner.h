@@ -13,6 +13,7 @@
 #include "zaltools/command.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/exitstatus.h"
+#include "zaltools/parameterdescription.h"
 
 namespace zaltools {
 
@@ -45,9 +46,9 @@ struct CommandResult {
 // survives time-outs, so that one runner serves a whole pipeline file.
 class CommandRunner {
 public:
-    // `xml` is the default for every command (a command's own --xml also turns it on);
-    // `prefix` is the internal address prefix of the system behind the frontend.
-    CommandRunner(std::string endpoint, int timeoutMs, bool xml = false,
+    // `form` is the default for every command (a command's own --xml or --json also turns that
+    // form on; JSON wins); `prefix` is the internal address prefix of the system behind the frontend.
+    CommandRunner(std::string endpoint, int timeoutMs, Form form = Form::Text,
                   std::string prefix = zal::internalAddressPrefixDefault);
     ~CommandRunner();
     CommandRunner(const CommandRunner&) = delete;
@@ -63,6 +64,11 @@ public:
 
 private:
     struct Connection;
+    Form formOf(const Command& command) const;
+    // Asks what the command asks; true when `result` then holds the reply to show.
+    bool attempt(const Command& command, CommandResult& result, QVector<ParameterDescription>& described);
+    // The descriptions the processor's type gives of its parameters; none when it gives none.
+    QVector<ParameterDescription> describe(const Command& command);
     // Opens the connection at the first command; false, with the result filled in, when the
     // endpoint cannot be used.
     bool connect(CommandResult& result);
@@ -81,7 +87,7 @@ private:
 
     std::string endpoint;
     int timeoutMs;
-    bool xml;
+    Form form;
     std::string curveServerKey;  // empty: plain connection
     zal::CurveKeys::Pair curveClientKeys;
     CommandParser parser;

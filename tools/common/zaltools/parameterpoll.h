@@ -18,9 +18,10 @@ public:
 
     static QString usage();
 
-    // One round through `runner`: "GROUP/PROCESSOR: a=1 b=2", with "?" for a value not given. The
-    // result of the first get that did not succeed goes to `failed`.
-    QString round(CommandRunner& runner, std::optional<CommandResult>& failed) const;
+    // One round through `runner`: "GROUP/PROCESSOR: a=1 b=2", with "?" for a value not given, or
+    // with `json` one JSON object whose value is {"group", "processor", "parameters": {"a": "1",
+    // "b": null}}. The result of the first get that did not succeed goes to `failed`.
+    QString round(CommandRunner& runner, std::optional<CommandResult>& failed, bool json = false) const;
 
 private:
     QString group;
