@@ -48,6 +48,25 @@ const char* const examples =
     "  ZAL_ENDPOINT=tcp://127.0.0.1:5555 zalctl groups\n"
     "  zalctl keygen --public-file client.pub --secret-file client.secret\n";
 
+// How names are written and what the exit status means.
+const char* const namesAndStatuses =
+    "Names: GROUP and PROCESSOR must not be empty or contain '/'. connect without --address\n"
+    "resolves STREAM at the group's name service and connects to its first address.\n"
+    "--source ADDR[:FILTER...]: a TCP address keeps its :PORT, e.g. tcp://127.0.0.1:6000:t1:t2.\n"
+    "Option values may also be written --option=VALUE; \"--\" ends the options.\n"
+    "\n"
+    "Exit status:\n"
+    "  0   success reply\n"
+    "  1   warning reply\n"
+    "  2   error reply, a reply that cannot be read, or no reply because the group or\n"
+    "      processor named does not exist (zalctl then asks which names do)\n"
+    "  3   time-out: nothing answers at the endpoint, or the group, name service or\n"
+    "      processor asked exists but did not answer in time (busy)\n"
+    "  64  usage error: unknown command or option, missing or bad argument, bad endpoint,\n"
+    "      a CURVE key or key file that cannot be used\n"
+    "  73  keygen could not write a key file\n"
+    "\n";
+
 QString helpText() {
     QString commands = zaltools::CommandParser::synopsis();
     commands.replace(QLatin1Char('\n'), QLatin1String("\n  "));
@@ -91,26 +110,12 @@ QString helpText() {
                "      makes a CURVE key pair, prints it and writes the key files asked for (never over an\n"
                "      existing file; the secret one readable by its owner only)\n"
                "\n"
-               "Names: GROUP and PROCESSOR must not be empty or contain '/'. connect without --address\n"
-               "resolves STREAM at the group's name service and connects to its first address.\n"
-               "--source ADDR[:FILTER...]: a TCP address keeps its :PORT, e.g. tcp://127.0.0.1:6000:t1:t2.\n"
-               "Option values may also be written --option=VALUE; \"--\" ends the options.\n"
-               "\n"
-               "Exit status:\n"
-               "  0   success reply\n"
-               "  1   warning reply\n"
-               "  2   error reply, a reply that cannot be read, or no reply because the group or\n"
-               "      processor named does not exist (zalctl then asks which names do)\n"
-               "  3   time-out: nothing answers at the endpoint, or the group, name service or\n"
-               "      processor asked exists but did not answer in time (busy)\n"
-               "  64  usage error: unknown command or option, missing or bad argument, bad endpoint,\n"
-               "      a CURVE key or key file that cannot be used\n"
-               "  73  keygen could not write a key file\n"
-               "\n"
+               "%7"
                "Examples (a host to try them on first):\n%4")
         .arg(QLatin1String(defaultEndpoint))
         .arg(zal::socketDefaultTimeout)
-        .arg(commands, QLatin1String(examples), TopCommand::usage(), GraphCommand::usage());
+        .arg(commands, QLatin1String(examples), TopCommand::usage(), GraphCommand::usage(),
+             QLatin1String(namesAndStatuses));
 }
 
 int usage(const QString& text) {
