@@ -137,9 +137,6 @@ void ProcessorBase::connectInput(zmq::socket_t& input, const QString& address,
 
 void ProcessorBase::drainInput(int socketIndex,
                                InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client) {
-#if ZAL_COUNTERS
-    traffic.watchInput(&client.getSocket()->traffic());
-#endif
     if (!SocketReader::isReadable(reader.getEvents(socketIndex))) {
         return;
     }
@@ -147,6 +144,10 @@ void ProcessorBase::drainInput(int socketIndex,
     while (handled < maxMessagesPerWakeUp && client.processQueuedInput()) {
         ++handled;
     }
+}
+
+void ProcessorBase::reportInput(const ZmqByteStreamInSocket* input) {
+    traffic.watchInput(input != nullptr ? &input->traffic() : nullptr);
 }
 
 void ProcessorBase::reportOutput(const ZmqByteStreamOutSocket* output, const QString& stream) {

@@ -28,6 +28,7 @@ bool QtBridge::initialize() {
     subscribedTopics.clear();
     inputSocket = std::make_unique<zmq::socket_t>(*Context::getZMQContext(), zmq::socket_type::sub);
     inputTemplate = std::make_unique<ZmqByteStreamInSocket>(*inputSocket);
+    reportInput(inputTemplate.get());
     inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(
         inputTemplate.get(), this);
     QtRepository::setQObject(getIdForQTRepository(), QPointer<QObject>(this));
@@ -42,6 +43,7 @@ void QtBridge::release() {
 }
 
 void QtBridge::freeInput() {
+    reportInput(nullptr);
     inputClient.reset();
     inputTemplate.reset();
     inputSocket.reset();

@@ -98,6 +98,7 @@ bool StreamProcessor::initialize() {
     auto& context = *Context::getZMQContext();
     inputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::sub);
     inputTemplate = std::make_unique<ZmqByteStreamInSocket>(*inputSocket);
+    reportInput(inputTemplate.get());
     dataHandler = std::make_unique<ContainedDataHandler>(*this, getEndpointString());
     inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(
         inputTemplate.get(), dataHandler.get());
@@ -129,6 +130,7 @@ void StreamProcessor::release() {
 
 // reset() clears each owner before its object goes, so this may run twice.
 void StreamProcessor::freeStreamSockets() {
+    reportInput(nullptr);
     reportOutput(nullptr, QString());
     output.reset();
     outputSocket.reset();

@@ -73,9 +73,10 @@ protected:
                       const std::function<void(const QString&)>& subscribe);
 
     // Reads what is queued on a readable input, at most maxMessagesPerWakeUp messages, so that one
-    // poll serves a burst while a flood of data never keeps the control line waiting longer. Its
-    // socket's counts are what zal.status reports as the processor's input.
+    // poll serves a burst while a flood of data never keeps the control line waiting longer.
     void drainInput(int socketIndex, InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>& client);
+    // The input whose counts zal.status reports; null before the socket goes.
+    void reportInput(const ZmqByteStreamInSocket* input);
     // The output whose counts zal.status reports, publishing `stream`; null before the socket goes.
     void reportOutput(const ZmqByteStreamOutSocket* output, const QString& stream);
 

@@ -23,8 +23,6 @@ public:
     InputClientBase(Socket* socket, MessageHandler<Socket, Message>* handler)
         : socket(socket), handler(handler) {}
 
-    Socket* getSocket() const { return socket; }
-
     void processInput() override {
         Message message;
         socket->receiveMessage(message);
