@@ -31,3 +31,18 @@ function(zal_add_test area component)
   add_test(NAME ${area}.${component} COMMAND ${target})
   set_tests_properties(${area}.${component} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${area};${T_LABELS}")
 endfunction()
+
+# zal_add_pytest(<area> <component> PATHS ... [LABELS ...] [TIMEOUT s])
+# runs pytest on PATHS as the test <area>.<component>, with the built programs in the environment
+# (ZAL_BIN_DIR, ZAL_HOST, ZALCTL, ZAL_SOURCE_DIR) so Python tests drive the real zal-host.
+function(zal_add_pytest area component)
+  cmake_parse_arguments(T "" "TIMEOUT" "PATHS;LABELS" ${ARGN})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 240)
+  endif()
+  add_test(NAME ${area}.${component}
+    COMMAND ${Python3_EXECUTABLE} -m pytest -q -p no:cacheprovider ${T_PATHS}
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(${area}.${component} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${area};${T_LABELS}"
+    ENVIRONMENT "ZAL_BIN_DIR=${CMAKE_BINARY_DIR}/bin;ZAL_HOST=${CMAKE_BINARY_DIR}/bin/zal-host;ZALCTL=${CMAKE_BINARY_DIR}/bin/zalctl;ZAL_SOURCE_DIR=${PROJECT_SOURCE_DIR};PYTHONDONTWRITEBYTECODE=1")
+endfunction()

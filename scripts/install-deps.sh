@@ -8,7 +8,7 @@ packages=(
   qt6-base-dev
   libboost-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  python3
+  python3 python3-zmq python3-pytest
   clang libclang-rt-14-dev
   gcovr
   graphviz
