@@ -58,14 +58,24 @@ PluginManager::~PluginManager() {
     plugins.clear();
 }
 
-// The lock is held across the plug-in's own createProcessor, so plug-ins need not be thread-safe.
 ProcessorBase* PluginManager::createProcessor(const ProcessorInfo& info) const {
+    QString reason;
+    return createProcessor(info, reason);
+}
+
+// The lock is held across the plug-in's own createProcessor, so plug-ins need not be thread-safe.
+ProcessorBase* PluginManager::createProcessor(const ProcessorInfo& info, QString& reason) const {
     std::lock_guard<std::recursive_mutex> lock(mutex);
     const QString type = QString::fromStdString(info.type);
+    loadFailure.clear();
     Plugin* plugin = getPlugin(type);
     ProcessorBase* processor = plugin != nullptr ? plugin->createProcessor(info) : nullptr;
-    if (processor == nullptr && ErrorHandler::isTracing()) {
-        traceUnknownType(type);
+    if (processor == nullptr) {
+        reason = loadFailure.isEmpty() ? whyNotCreated(plugin) : loadFailure;
+        if (ErrorHandler::isTracing()) {
+            _Q_Trace(QStringLiteral("No plug-in creates the type '%1' (%2)").arg(type, reason),
+                     "impl\\pluginmanager", __LINE__);
+        }
     }
     return processor;
 }
@@ -120,15 +130,16 @@ Plugin* PluginManager::loadPlugin(const QString& name) const {
     std::lock_guard<std::recursive_mutex> lock(mutex);
     const QString fileName = QStringLiteral("%1.so").arg(name);
     const QStringList directoryList = searchDirectories();
-    QString path = QDir(directoryList.first()).absoluteFilePath(fileName);
+    QString found;
     for (const QString& directory : directoryList) {
         // QPluginLoader takes a relative name as a name to search for, not as a path.
         const QString candidate = QDir(directory).absoluteFilePath(fileName);
         if (QFileInfo::exists(candidate)) {
-            path = candidate;
+            found = candidate;
             break;
         }
     }
+    const QString path = found.isEmpty() ? QDir(directoryList.first()).absoluteFilePath(fileName) : found;
     QPluginLoader loader(path);
     QObject* root = loader.instance();
     Plugin* plugin = root != nullptr ? qobject_cast<Plugin*>(root) : nullptr;
@@ -143,6 +154,11 @@ Plugin* PluginManager::loadPlugin(const QString& name) const {
         }
         return plugin;
     }
+    loadFailure = found.isEmpty() ? QStringLiteral("no plug-in library '%1' in %2; set %3")
+                                        .arg(fileName, directoryList.join(QStringLiteral(", ")),
+                                             QLatin1String(pluginPathVariable))
+                  : root == nullptr ? loader.errorString()
+                                    : QStringLiteral("%1 is not a zal plug-in").arg(path);
     if (ErrorHandler::isTracing()) {
         _Q_Trace(QStringLiteral("Could not load plugin: %1").arg(loader.errorString()), "impl\\pluginmanager",
                  113);
@@ -153,6 +169,10 @@ Plugin* PluginManager::loadPlugin(const QString& name) const {
 // The application directory always comes first; the extra places only widen the search.
 QStringList PluginManager::searchDirectories() const {
     QStringList found{applicationDirectory()};
+    const QString installed = QDir::cleanPath(found.first() + QStringLiteral("/" ZAL_INSTALLED_PLUGIN_DIR));
+    if (QFileInfo(installed).isDir()) {
+        found << installed;
+    }
     found += directories;
     found += QString::fromLocal8Bit(qgetenv(pluginPathVariable)).split(QLatin1Char(':'), Qt::SkipEmptyParts);
     return found;
@@ -191,14 +211,28 @@ QJsonArray PluginManager::describeParameters(const QString& type) const {
     return found != nullptr ? found->parameters : QJsonArray();
 }
 
-void PluginManager::traceUnknownType(const QString& type) const {
-    QStringList found;
-    for (const PluginDescription& plugin : describePlugins()) {
-        found << typesOf(plugin);
+// A plug-in that was found declined: what it offers. None was found: where the search went and
+// every type there.
+QString PluginManager::whyNotCreated(const Plugin* plugin) const {
+    if (plugin != nullptr) {
+        const auto described = descriptions.constFind(plugin);
+        const QString where = described != descriptions.constEnd() && !described->file.isEmpty()
+                                  ? QStringLiteral(" (%1)").arg(described->file)
+                                  : QString();
+        QStringList types;
+        for (const QString& offered : plugin->getProcessorTypes()) {
+            types << plugin->getName() + QLatin1Char('.') + offered;
+        }
+        return QStringLiteral("plug-in '%1'%2 offers %3")
+            .arg(plugin->getName(), where,
+                 types.isEmpty() ? QStringLiteral("no types") : types.join(QStringLiteral(", ")));
     }
-    _Q_Trace(QStringLiteral("No plug-in offers the type '%1'; searched %2; found %3")
-                 .arg(type, searchDirectories().join(QStringLiteral(", ")), found.join(QStringLiteral("; "))),
-             "impl\\pluginmanager", __LINE__);
+    QStringList found;
+    for (const PluginDescription& described : describePlugins()) {
+        found << typesOf(described);
+    }
+    return QStringLiteral("no plug-in offers it; searched %1; found %2")
+        .arg(searchDirectories().join(QStringLiteral(", ")), found.join(QStringLiteral("; ")));
 }
 
 }  // namespace zal

@@ -68,10 +68,12 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
         const ProcessorInfo info(
             ConfigTool::unsharedCopy(static_cast<const Message&>(message).GetProcessor()), type.toStdString(),
             key, group.name, group.prefix);
-        ProcessorBase* processor = group.pluginManager->createProcessor(info);
+        QString reason;
+        ProcessorBase* processor = group.pluginManager->createProcessor(info, reason);
         if (processor == nullptr) {
             ConfigTool::setErrorMessage(
-                message, QStringLiteral("Processor of type '%1' could not be created.").arg(type));
+                message,
+                QStringLiteral("Processor of type '%1' could not be created. (%2)").arg(type, reason));
             return;
         }
         processor->describeType(type, group.pluginManager->describeParameters(type));

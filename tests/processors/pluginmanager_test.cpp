@@ -94,8 +94,12 @@ TEST(PluginManager, AMissingOrBrokenLibraryGivesNullAndATraceEveryTime) {
     zaltest::writeFile(directory.filePath("broken.so"), "not a shared library");
     PluginManager withBroken(QStringList{directory.path()});
     EXPECT_EQ(withBroken.getPlugin("broken.Echo"), nullptr);
+    QString reason;
+    EXPECT_EQ(withBroken.createProcessor(info("broken.Echo"), reason), nullptr);
+    EXPECT_TRUE(reason.contains(directory.filePath("broken.so")) && !reason.startsWith("no plug-in library"))
+        << "a library that is there but does not load gives the loader's error: " << reason.toStdString();
     const qsizetype traced = trace.lines().size();
-    EXPECT_EQ(failedLoads(trace).size(), 3);
+    EXPECT_EQ(failedLoads(trace).size(), 4);
     EXPECT_EQ(names(withBroken.getPlugins()), QStringList{"base"});
 
     ErrorHandler::setTraceMask(ErrorHandler::getTraceMask() & ~ErrorHandler::TraceBit);

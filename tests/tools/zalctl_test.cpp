@@ -90,8 +90,11 @@ TEST_F(Zalctl, ManagesGroupsProcessorsParametersAndNames) {
          {"create g bridge QtBridge", 2,
           "Error: A processor with the name 'bridge' already exists in group 'g'.\n"},
          {"create g a,b QtBridge", 2, "Error: Processor name 'a,b' is not allowed.\n"},
-         {"create g n Nope", 2, "Error: Processor of type 'Nope' could not be created.\n"},
-         {"create g n missing.Nope", 2, "Error: Processor of type 'missing.Nope' could not be created.\n"},
+         {"create g n Nope", 2,
+          "Error: Processor of type 'Nope' could not be created. (no plug-in offers it; searched ..."},
+         {"create g n missing.Nope", 2,
+          "Error: Processor of type 'missing.Nope' could not be created. (no plug-in library 'missing.so' in "
+          "..."},
          {"create g n testplugin.Sink --stream a=inproc://ctl/c --stream b=inproc://ctl/d", 2,
           "Error: Processor of type 'testplugin.Sink' could not be created: 'Multiple data streams are "
           "not supported'.\n"},

@@ -18,10 +18,11 @@ struct ProcessorInfo;
 
 // A bare type ("QtBridge") is looked up among the plug-ins already known; a qualified type
 // ("demo.Generator") names its plug-in left of the first full stop, which is loaded from
-// "<name>.so" in the application directory on first use (then from the extra directories and
-// ZAL_PLUGIN_PATH). A failed load is retried on the next request. One manager serves every group
-// of an environment, each from its own thread, so its list is guarded by a mutex. A create that no
-// plug-in serves is traced (trace bit 0x20) with the folders searched and the types found there.
+// "<name>.so" in the application directory on first use (then from
+// the installed plug-in folder, the extra directories and ZAL_PLUGIN_PATH). A failed load is
+// retried on the next request. One manager serves every group of an environment, each from its own
+// thread, so its list is guarded by a mutex. A create that no plug-in serves says why: the reason is
+// handed to the caller and traced (trace bit 0x20).
 class PluginManager {
 public:
     PluginManager();
@@ -31,13 +32,17 @@ public:
 
     // A new processor the caller owns, or null (unknown type, missing library, declined).
     ProcessorBase* createProcessor(const ProcessorInfo& info) const;
+    // The same, with why there is none in reason: the loader's error, the folders searched for a
+    // missing library, or the types the plug-in found offers.
+    ProcessorBase* createProcessor(const ProcessorInfo& info, QString& reason) const;
     Plugin* getPlugin(const QString& type) const;
     QList<Plugin*> getPlugins() const;
     // Adds a plug-in the caller keeps owning; false for null or a name already known.
     bool registerPlugin(Plugin* plugin);
 
-    // Where plug-in libraries are looked for, in order: the application directory, the extra
-    // directories, then the folders of ZAL_PLUGIN_PATH.
+    // Where plug-in libraries are looked for, in order: the application directory, the folder the
+    // package installs plug-ins to (as reached from an installed program, when it exists), the
+    // extra directories, then the folders of ZAL_PLUGIN_PATH.
     QStringList searchDirectories() const;
     // Every plug-in a create could use: the built-in first, then each library of the search
     // directories that is a zal plug-in (the first of a name wins, as for loading), described by
@@ -53,7 +58,7 @@ public:
 private:
     Plugin* findPlugin(QString name) const;
     Plugin* loadPlugin(const QString& name) const;
-    void traceUnknownType(const QString& type) const;
+    QString whyNotCreated(const Plugin* plugin) const;
 
     QStringList directories;
     mutable std::recursive_mutex mutex;
@@ -61,6 +66,8 @@ private:
     mutable QList<Plugin*> plugins;
     // Guarded by mutex: the metadata of the built-in and of each plug-in loaded from a library.
     mutable QHash<const Plugin*, PluginDescription> descriptions;
+    // Guarded by mutex: why the last load failed, read by the create that caused it.
+    mutable QString loadFailure;
 };
 
 }  // namespace zal
