@@ -18,11 +18,11 @@ struct ProcessorInfo;
 
 // A bare type ("QtBridge") is looked up among the plug-ins already known; a qualified type
 // ("demo.Generator") names its plug-in left of the first full stop, which is loaded from
-// "<name>.so" in the application directory on first use (then from
-// the installed plug-in folder, the extra directories and ZAL_PLUGIN_PATH). A failed load is
-// retried on the next request. One manager serves every group of an environment, each from its own
-// thread, so its list is guarded by a mutex. A create that no plug-in serves says why: the reason is
-// handed to the caller and traced (trace bit 0x20).
+// "<name>.so" in the application directory on first use (then from the installed plug-in folder,
+// the extra directories and ZAL_PLUGIN_PATH). A failed load is retried on the next request. One
+// manager serves every group of an environment, each from its own thread, so its list is guarded
+// by a mutex. A create that no plug-in serves says why: the reason goes to the caller and, under
+// trace bit 0x20, to the trace.
 class PluginManager {
 public:
     PluginManager();
