@@ -78,17 +78,20 @@ def test_error_replies_raise_with_the_reply_and_its_text(client, group_name):
     assert client.processors(group_name).value == ["counter"]
 
 
+def _answer(router, request, groups):
+    identity, empty, destination, _ = request
+    reply = "<ControlMessage><MessageType>QueryGroups</MessageType><Parameter>%s</Parameter></ControlMessage>"
+    router.send_multipart([identity, empty, destination, (reply % groups).encode()])
+
+
 def _late_then_prompt_server(router, first_timed_out):
     """Leaves the first request unanswered until the client gave up on it, answers it then, and
     answers the next one at once with a text of its own."""
-    identity, empty, destination, _ = router.recv_multipart()
+    first = router.recv_multipart()
     first_timed_out.wait(REPLY_SECONDS)
-    late = b"<ControlMessage><MessageType>QueryGroups</MessageType><Parameter>late</Parameter></ControlMessage>"
-    router.send_multipart([identity, empty, destination, late])
+    _answer(router, first, "late")
     if router.poll(REPLY_SECONDS * 1000):
-        identity, empty, destination, _ = router.recv_multipart()
-        prompt = b"<ControlMessage><MessageType>QueryGroups</MessageType><Parameter>prompt</Parameter></ControlMessage>"
-        router.send_multipart([identity, empty, destination, prompt])
+        _answer(router, router.recv_multipart(), "prompt")
 
 
 def test_a_timeout_raises_within_its_bound_and_the_next_request_gets_its_own_reply():

@@ -76,9 +76,13 @@ def _text(element):
     return element.text or ""
 
 
+def _child_text(element, tag):
+    return element.findtext(tag) or ""
+
+
 def _parse_source(element):
     return {
-        "address": _text(element.find("Address")) if element.find("Address") is not None else "",
+        "address": _child_text(element, "Address"),
         "filters": [_text(item) for item in element.findall("Filter")],
     }
 
@@ -86,7 +90,7 @@ def _parse_source(element):
 def _parse_stream(element):
     running = element.find("Running")
     return {
-        "name": _text(element.find("Name")) if element.find("Name") is not None else "",
+        "name": _child_text(element, "Name"),
         "addresses": [_text(item) for item in element.findall("Address")],
         # A processor that does not say whether its stream runs leaves it open.
         "running": None if running is None else _text(running).strip().lower() not in ("0", "false", ""),
