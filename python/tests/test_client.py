@@ -107,7 +107,8 @@ def test_a_timeout_raises_within_its_bound_and_the_next_request_gets_its_own_rep
             began = time.monotonic()
             with pytest.raises(zal.Timeout, match=r"^Socket timeout 300ms: .*no reply from inproc://zal\)"):
                 client.groups()
-            assert 0.3 <= time.monotonic() - began < 0.3 + 5
+            # zmq_poll measures with a coarser clock than time.monotonic().
+            assert 0.25 <= time.monotonic() - began < 0.3 + 5
             first_timed_out.set()
             client.timeout = REPLY_SECONDS
             assert client.groups().value == ["prompt"]
