@@ -13,12 +13,13 @@ namespace demo {
 // Parameters: "directory" (where the next file goes; an existing writable directory, default the
 // working directory), "file" (read only: the current file's path, empty before the first),
 // "recorded" (read only: messages in the current file), "failed" (read only: messages that could
-// not be written), "format" ("zal", docs/recording-format.md, or "mcap"; taken by the next file
-// opened). The first file is opened by the first message or by StartNewRecording, whose
+// not be written), "format" ("zal" or "mcap", both in docs/recording-format.md; taken by the next
+// file opened). The first file is opened by the first message or by StartNewRecording, whose
 // parameter may name the file: a plain file name inside "directory" (no '/', no ".."); empty, the
 // name is made up. Files are never overwritten. Records nothing while stopped. Written records
-// reach the disk within a fraction of a second, so a recorder killed mid-write leaves a file that
-// reads up to its last whole record. Like the counter, it needs no data stream of its own.
+// reach the disk within a fraction of a second (MCAP: within a second or a mebibyte, a chunk at a
+// time), so a recorder killed mid-write leaves a file that reads up to its last whole record or
+// chunk. Like the counter, it needs no data stream of its own.
 class Recorder : public zal::StreamProcessor {
 public:
     explicit Recorder(const zal::ProcessorInfo& info);
