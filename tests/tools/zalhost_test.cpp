@@ -338,8 +338,8 @@ TEST_F(ZalHost, RecordsMcapThatTheMcapReaderReadsAsPublishedAndThePlayerReplays)
 }
 
 // Killed mid-recording, a file in the recorder's own format reads up to its last whole record and
-// an MCAP file up to its last whole chunk, to readers that go front to back; an MCAP reader that
-// needs the summary refuses it.
+// an MCAP file up to its last whole chunk, to readers that go front to back (the player among them,
+// which says the file was cut); an MCAP reader that needs the summary refuses it.
 TEST_F(ZalHost, ARecordingOfAKilledHostReadsUpToItsLastWholeRecordOrChunk) {
     const auto recordAndKill = [&](const QString& format, const QString& name, qint64 bytes) {
         const QString pipeline = write(
@@ -371,6 +371,8 @@ TEST_F(ZalHost, ARecordingOfAKilledHostReadsUpToItsLastWholeRecordOrChunk) {
     EXPECT_FALSE(streamed.file["done"].toBool());
     EXPECT_GT(checkedMcapMessages(streamed.file, 100).size(), 10000);
     EXPECT_NE(readWithMcapCore(torn, "indexed").status, 0);
+    const QString played = replay("killed.mcap", "killed-replayed.zrec").second;
+    EXPECT_TRUE(played.contains("summary g/player: done=true skipped=1")) << played.toStdString();
 }
 
 TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
