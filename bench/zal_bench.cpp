@@ -51,6 +51,9 @@ double sharedEnvironmentCases(QCoreApplication& app, const CaseFilter& cases, do
     if (cases.wanted("stream")) {
         streaming(client, seconds);
     }
+    if (cases.wanted("record")) {
+        recording(client, seconds);
+    }
     if (cases.wanted("lifecycle")) {
         lifeCycle(client, 200);
     }

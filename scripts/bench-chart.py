@@ -20,6 +20,8 @@ RATIOS = [
     ("Qt bridge under glib's loop", "qtbridge_64B_zal_glib", "qtbridge_64B_raw_drain", None),
     ("control inproc round trips", "control_inproc_zal_rate", "control_inproc_raw_rate", 0.8),
     ("control TCP round trips", "control_tcp_zal_rate", "control_tcp_raw_rate", 0.8),
+    ("recording 64 B to MCAP vs Counter", "record_64B_mcap", "record_64B_counter", 0.8),
+    ("recording 64 B to zal format vs Counter", "record_64B_zal", "record_64B_counter", None),
 ]
 
 # Figures of zal alone: label, line, or a pair (numerator, denominator) for a ratio, and a bound.

@@ -14,6 +14,8 @@ class Client;
 double rawStream(size_t payloadSize, bool drain, double seconds);
 // 64 B and 64 KiB streams through zal against both raw readings.
 void streaming(Client& client, double seconds);
+// A 64 B stream into a demo.Recorder writing each format, against the same into a demo.Counter.
+void recording(Client& client, double seconds);
 // A long 64 B stream with resident memory sampled every second.
 void soak(double seconds);
 

@@ -1,5 +1,6 @@
 // Streaming cases: zal's byte streams against raw PUB->SUB, and a long soak of one stream.
 #include <QByteArray>
+#include <QTemporaryDir>
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -82,31 +83,36 @@ double bestRawRate(zmq::socket_t& subscriber, bool drain, double seconds) {
     return best;
 }
 
-// The benchmark plug-in's Source flat out into a demo Counter, both in one group; the Counter's
-// count is read over the frontend at both ends of the window.
-double zalStream(Client& client, int payloadSize, double seconds) {
-    Group group(client, "stream" + std::to_string(payloadSize));
-    group.create("zalbench.Source", "gen");
-    group.set("gen", "size", std::to_string(payloadSize));
-    group.create("demo.Counter", "count");
-    group.connect("count", "gen");
+// What `consumer` of `group` takes of a flat-out stream, from its `parameter` count read over the
+// frontend at both ends of each window: messages/s in the best window.
+double consumerRate(Group& group, const std::string& consumer, const std::string& parameter, double seconds) {
     const auto deadline = Clock::now() + std::chrono::seconds(10);
-    while (group.number("count", "messages") == 0) {
+    while (group.number(consumer, parameter) == 0) {
         if (Clock::now() > deadline) {
-            throw std::runtime_error("zal stream: nothing arrived");
+            throw std::runtime_error("zal stream: nothing arrived at " + consumer);
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(200));  // past the start-up burst
     double best = 0;
     for (int window = 0; window < windows; ++window) {
-        const long long before = group.number("count", "messages");
+        const long long before = group.number(consumer, parameter);
         const auto begin = Clock::now();
         std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-        const long long after = group.number("count", "messages");
+        const long long after = group.number(consumer, parameter);
         best = std::max(best, double(after - before) / secondsSince(begin));
     }
     return best;
+}
+
+// The benchmark plug-in's Source flat out into a demo Counter, both in one group.
+double zalStream(Client& client, int payloadSize, double seconds) {
+    Group group(client, "stream" + std::to_string(payloadSize));
+    group.create("zalbench.Source", "gen");
+    group.set("gen", "size", std::to_string(payloadSize));
+    group.create("demo.Counter", "count");
+    group.connect("count", "gen");
+    return consumerRate(group, "count", "messages", seconds);
 }
 
 }  // namespace
@@ -143,6 +149,29 @@ void streaming(Client& client, double seconds) {
         line(name + "_raw_drain", drain, "msg/s");
         table.push_back({name + " vs poll-per-message", ours, poll, "msg/s"});
         table.push_back({name + " vs drain-after-poll", ours, drain, "msg/s"});
+    }
+}
+
+// A Recorder per format against the Counter, each alone with a flat-out 64 B Source: what
+// recording costs a consumer. The files go to a temporary directory removed at the end.
+void recording(Client& client, double seconds) {
+    const QTemporaryDir directory;
+    if (!directory.isValid()) {
+        throw std::runtime_error("recording: no temporary directory");
+    }
+    const double counter = zalStream(client, 64, seconds);
+    line("record_64B_counter", counter, "msg/s");
+    for (const std::string format : {"zal", "mcap"}) {
+        Group group(client, "record" + format);
+        group.create("zalbench.Source", "gen");
+        group.set("gen", "size", "64");
+        group.create("demo.Recorder", "rec");
+        group.set("rec", "directory", directory.path().toStdString());
+        group.set("rec", "format", format);
+        group.connect("rec", "gen");
+        const double rate = consumerRate(group, "rec", "recorded", seconds);
+        line("record_64B_" + format, rate, "msg/s");
+        table.push_back({"record_64B " + format + " vs counter", rate, counter, "msg/s"});
     }
 }
 

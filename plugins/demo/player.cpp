@@ -37,7 +37,7 @@ void Player::playDue() {
     }
     for (int i = 0; i < maxBatch; ++i) {
         if (!hasPending) {
-            if (!recording.next(pending)) {
+            if (!recording->next(pending)) {
                 finish();
                 return;
             }
@@ -62,21 +62,21 @@ void Player::playDue() {
 
 void Player::finish() {
     // A recorder killed mid-write leaves its last record cut short: everything before it plays.
-    skipped = recording.damaged() ? 1 : 0;
+    skipped = recording->damaged() ? 1 : 0;
     StreamProcessor::stop(QString());
     playing = false;
     hasPending = false;
     done = true;
-    recording.close();
+    recording.reset();
     disableIdleProcessing();
 }
 
 bool Player::start(const QString& streamName) {
-    if (file.isEmpty() || !recording.open(file)) {
+    if (file.isEmpty() || !(recording = RecordingSource::openFile(file))) {
         return false;
     }
     if (!StreamProcessor::start(streamName)) {
-        recording.close();
+        recording.reset();
         return false;
     }
     playing = true;
@@ -95,7 +95,7 @@ bool Player::stop(const QString& streamName) {
     }
     playing = false;
     hasPending = false;
-    recording.close();
+    recording.reset();
     disableIdleProcessing();
     return true;
 }
@@ -108,8 +108,7 @@ bool Player::setParameter(const QString& name, const QString& value) {
         return refuse(QStringLiteral("cannot change during a play; stop it first"));
     }
     if (name == "file") {
-        RecordingReader probe;
-        if (!probe.open(value)) {
+        if (!RecordingSource::openFile(value)) {
             return refuse(QStringLiteral("'%1' cannot be read as a recording").arg(value));
         }
         file = QFileInfo(value).absoluteFilePath();

@@ -2,18 +2,20 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <memory>
 
-#include "recordingreader.h"
+#include "recordingsource.h"
 #include "zal/processors/processorinfo.h"
 #include "zal/processors/streamprocessor.h"
 
 namespace demo {
 
-// Parameters: "file" (the recording to play; refused unless it opens as one), "speed" ("recorded"
+// Parameters: "file" (the recording to play, in the recorder's own format or MCAP, told apart by
+// how the file starts; refused unless it opens as one), "speed" ("recorded"
 // keeps the recorded spacing, "full" sends as fast as it can), "played" (read only: messages sent
 // by the current play), "done" (read only: "true" once a play reached the end of its file),
-// "skipped" (read only: 1 when the play ended at a record cut short, as a recorder killed
-// mid-write leaves one, else 0). Start
+// "skipped" (read only: 1 when the play ended at a record cut short or a file without its end,
+// as a recorder killed mid-write leaves one, else 0). Start
 // plays the file from its beginning, Stop ends the play; "file" and "speed" cannot change during a
 // play. At full speed, subscribers slower than the player lose what overflows their high-water mark.
 class Player : public zal::StreamProcessor {
@@ -42,7 +44,8 @@ private:
     bool done = false;
     qint64 played = 0;
     int skipped = 0;
-    RecordingReader recording;
+    // Open during a play only.
+    std::unique_ptr<RecordingSource> recording;
     // The next message, read but not yet due.
     RecordedMessage pending;
     bool hasPending = false;

@@ -4,6 +4,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include "mcapwriter.h"
+#include "recordingwriter.h"
+
 namespace demo {
 
 namespace {
@@ -53,18 +56,25 @@ void Recorder::doIdleProcessing() {
 }
 
 QString Recorder::makeFileName() {
-    return QStringLiteral("%1-%2-%3.zrec")
+    return QStringLiteral("%1-%2-%3.%4")
         .arg(QString::fromStdString(name), QDateTime::currentDateTimeUtc().toString("yyyyMMddTHHmmsszzz"))
-        .arg(++fileNumber, 4, 10, QLatin1Char('0'));
+        .arg(++fileNumber, 4, 10, QLatin1Char('0'))
+        .arg(mcap ? "mcap" : "zrec");
 }
 
 bool Recorder::openNext(const QString& requestedName) {
     const QString fileName = requestedName.isEmpty() ? makeFileName() : requestedName;
-    auto next = std::make_unique<RecordingWriter>();
+    std::unique_ptr<RecordingSink> next;
+    if (mcap) {
+        next = std::make_unique<McapWriter>();
+    } else {
+        next = std::make_unique<RecordingWriter>();
+    }
     if (!next->open(QDir(directory).absoluteFilePath(fileName))) {
         return false;
     }
     writer = std::move(next);
+    describeSources();
     sinceFlush.start();
     openRefused = false;
     return true;
@@ -90,9 +100,35 @@ bool Recorder::startNewRecording(QString& parameter) {
     return true;
 }
 
+bool Recorder::connect(const QString& streamName, const QString& streamAddress,
+                       const QVector<QString>& messageFilter) {
+    if (!StreamProcessor::connect(streamName, streamAddress, messageFilter)) {
+        return false;
+    }
+    if (!sourceAddresses.contains(streamAddress)) {
+        sourceStreams.append(streamName);
+        sourceAddresses.append(streamAddress);
+        describeSources();
+    }
+    return true;
+}
+
+void Recorder::describeSources() {
+    if (writer) {
+        writer->describeSources(sourceStreams.join(", ").toUtf8(), sourceAddresses.join(", ").toUtf8());
+    }
+}
+
 bool Recorder::setParameter(const QString& name, const QString& value) {
     if (name == "file" || name == "recorded" || name == "failed") {
         return refuse(QStringLiteral("read-only"));
+    }
+    if (name == "format") {
+        if (value != "zal" && value != "mcap") {
+            return refuse(QStringLiteral("expects 'zal' or 'mcap'; got '%1'").arg(value));
+        }
+        mcap = value == "mcap";
+        return true;
     }
     if (name != "directory") {
         return false;
@@ -116,6 +152,8 @@ bool Recorder::getParameter(const QString& name, QString& value) {
         value = QString::number(writer ? writer->written() : 0);
     } else if (name == "failed") {
         value = QString::number(failed);
+    } else if (name == "format") {
+        value = mcap ? "mcap" : "zal";
     } else {
         return false;
     }
@@ -123,7 +161,7 @@ bool Recorder::getParameter(const QString& name, QString& value) {
 }
 
 bool Recorder::getParameterList(QStringList& names) {
-    names = {"directory", "failed", "file", "recorded"};
+    names = {"directory", "failed", "file", "format", "recorded"};
     return true;
 }
 

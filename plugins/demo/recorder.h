@@ -4,7 +4,7 @@
 #include <QElapsedTimer>
 #include <memory>
 
-#include "recordingwriter.h"
+#include "recordingsink.h"
 #include "zal/processors/processorinfo.h"
 #include "zal/processors/streamprocessor.h"
 
@@ -13,11 +13,13 @@ namespace demo {
 // Parameters: "directory" (where the next file goes; an existing writable directory, default the
 // working directory), "file" (read only: the current file's path, empty before the first),
 // "recorded" (read only: messages in the current file), "failed" (read only: messages that could
-// not be written). The first file is opened by the first message or by StartNewRecording, whose
+// not be written), "format" ("zal" or "mcap", both in docs/recording-format.md; taken by the next
+// file opened). The first file is opened by the first message or by StartNewRecording, whose
 // parameter may name the file: a plain file name inside "directory" (no '/', no ".."); empty, the
 // name is made up. Files are never overwritten. Records nothing while stopped. Written records
-// reach the disk within a fraction of a second, so a recorder killed mid-write leaves a file that
-// reads up to its last whole record. Like the counter, it needs no data stream of its own.
+// reach the disk within a fraction of a second (MCAP: within a second or a mebibyte, a chunk at a
+// time), so a recorder killed mid-write leaves a file that reads up to its last whole record or
+// chunk. Like the counter, it needs no data stream of its own.
 class Recorder : public zal::StreamProcessor {
 public:
     explicit Recorder(const zal::ProcessorInfo& info);
@@ -33,14 +35,21 @@ protected:
     bool getParameter(const QString& name, QString& value) override;
     bool getParameterList(QStringList& names) override;
     bool startNewRecording(QString& parameter) override;
+    // Keeps the stream's name and address for the formats that store where messages came from.
+    bool connect(const QString& streamName, const QString& streamAddress,
+                 const QVector<QString>& messageFilter) override;
 
 private:
     // Opens the next file and only then closes the current one: a refused file loses nothing.
     bool openNext(const QString& requestedName);
     QString makeFileName();
+    void describeSources();
 
     QString directory;
-    std::unique_ptr<RecordingWriter> writer;
+    bool mcap = false;
+    QStringList sourceStreams;
+    QStringList sourceAddresses;
+    std::unique_ptr<RecordingSink> writer;
     int fileNumber = 0;
     QElapsedTimer sinceFlush;
     qint64 failed = 0;

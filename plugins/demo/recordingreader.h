@@ -6,26 +6,20 @@
 #include <QFile>
 #include <QString>
 
+#include "recordingsource.h"
+
 namespace demo {
 
-struct RecordedMessage {
-    // Nanoseconds from the start of the recording.
-    qint64 time = 0;
-    QByteArray topic;
-    QByteArray data;
-};
-
-// Not thread-safe: owned and used by one processor thread.
-class RecordingReader {
+// Message times count from the start of the recording.
+class RecordingReader : public RecordingSource {
 public:
-    // Refuses a file that cannot be read or does not start with a header of a known version.
-    bool open(const QString& path);
-    // False at the end. A record cut short (a recorder that died mid-write) or a length beyond the
-    // file's end also ends the recording; damaged() then tells the two apart.
-    bool next(RecordedMessage& message);
-    void close();
+    // Refuses a file that does not start with a header of a known version.
+    bool open(const QString& path) override;
+    // A record cut short or a length beyond the file's end ends the recording as damaged.
+    bool next(RecordedMessage& message) override;
+    void close() override;
 
-    bool damaged() const { return broken; }
+    bool damaged() const override { return broken; }
     // Milliseconds since the Unix epoch at which the recording started.
     qint64 startedAt() const { return started; }
 

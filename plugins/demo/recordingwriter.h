@@ -6,28 +6,27 @@
 #include <QFile>
 #include <QString>
 
+#include "recordingsink.h"
+
 namespace demo {
 
 // Not thread-safe: owned and used by one processor thread. Timestamps count from open().
-class RecordingWriter {
+class RecordingWriter : public RecordingSink {
 public:
     RecordingWriter() = default;
     RecordingWriter(const RecordingWriter&) = delete;
     RecordingWriter& operator=(const RecordingWriter&) = delete;
-    ~RecordingWriter();
+    ~RecordingWriter() override;
 
-    // Creates the file and writes its header. An existing file is refused rather than overwritten,
-    // and a file whose header could not be written is removed again.
-    bool open(const QString& path);
-    // False when the record could not be written whole; the file may then end in a partial record,
-    // which readers treat as the end of the recording.
-    bool write(const QByteArray& topic, const QByteArray& data);
-    bool flush();
-    void close();
+    bool open(const QString& path) override;
+    // A failed write may leave the file ending in a partial record, which readers treat as the
+    // end of the recording.
+    bool write(const QByteArray& topic, const QByteArray& data) override;
+    bool flush() override;
+    void close() override;
 
-    bool isOpen() const { return file.isOpen(); }
-    QString fileName() const { return file.fileName(); }
-    qint64 written() const { return count; }
+    QString fileName() const override { return file.fileName(); }
+    qint64 written() const override { return count; }
 
 private:
     QFile file;

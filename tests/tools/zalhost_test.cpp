@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <csignal>
@@ -19,18 +20,6 @@ using zaltest::RunningProgram;
 using zaltest::runProgram;
 
 namespace {
-
-class ZalHost : public ::testing::Test {
-protected:
-    QString write(const QString& name, const QByteArray& content) {
-        return zaltest::writeFile(dir.filePath(name), content);
-    }
-    // zalctl against `frontend` with the given words; its output.
-    static zaltest::Outcome zalctl(const QString& frontend, const QStringList& words) {
-        return runProgram("zalctl", QStringList{"-e", frontend} + words);
-    }
-    QTemporaryDir dir;
-};
 
 // The frontend a started host announces, or a null string.
 QString frontendOf(RunningProgram& host) {
@@ -56,6 +45,111 @@ QList<QPair<QByteArray, QByteArray>> messagesOf(const QString& path, bool mayBeT
 qint64 sequenceOf(const QPair<QByteArray, QByteArray>& message) {
     return message.second.left(message.second.indexOf(' ')).toLongLong();
 }
+
+// What demo.Generator publishes as its message `sequence`.
+QByteArray generatedPayload(qint64 sequence, int size) {
+    QByteArray payload = QByteArray::number(sequence) + ' ';
+    while (payload.size() < size) {
+        payload += "abcdefghijklmnopqrstuvwxyz";
+    }
+    return payload.left(size);
+}
+
+struct McapRead {
+    int status = -1;
+    QByteArray output;
+    QJsonObject file;
+};
+
+// What @mcap/core, the MCAP project's own reader, finds in `path`: "indexed" seeks through the
+// summary, "stream" reads front to back. Without node or @mcap/core it fails, saying so.
+McapRead readWithMcapCore(const QString& path, const QString& mode) {
+    QProcess node;
+    node.start("node", {QStringLiteral(ZAL_SOURCE_DIR "/tests/mcap/read_mcap.mjs"), path, mode});
+    McapRead read;
+    if (!node.waitForFinished(60000)) {
+        ADD_FAILURE() << "node did not run read_mcap.mjs (install nodejs): "
+                      << node.errorString().toStdString();
+        node.kill();
+        node.waitForFinished(5000);
+        return read;
+    }
+    read.status = node.exitStatus() == QProcess::NormalExit ? node.exitCode() : -1;
+    read.output = node.readAllStandardOutput() + node.readAllStandardError();
+    read.file = QJsonDocument::fromJson(read.output).object();
+    return read;
+}
+
+// Topic and data of the messages @mcap/core read, in file order, after checking what every
+// message must hold: its channel's next sequence number, a log time that never goes back, the
+// same publish time, and a generated payload of `size` bytes following on from the channel's first.
+QList<QPair<QByteArray, QByteArray>> checkedMcapMessages(const QJsonObject& file, int size) {
+    QHash<int, QByteArray> topics;
+    for (const auto value : file["channels"].toArray()) {
+        const QJsonObject channel = value.toObject();
+        topics.insert(channel["id"].toInt(), channel["topic"].toString().toUtf8());
+    }
+    QHash<int, QList<QByteArray>> byChannel;
+    QList<QPair<QByteArray, QByteArray>> messages;
+    qulonglong lastTime = 0;
+    for (const auto value : file["messages"].toArray()) {
+        const QJsonObject message = value.toObject();
+        const QByteArray data = QByteArray::fromBase64(message["data"].toString().toLatin1());
+        auto& earlier = byChannel[message["channelId"].toInt()];
+        const qint64 first = earlier.isEmpty() ? sequenceOf({{}, data}) : sequenceOf({{}, earlier.front()});
+        EXPECT_EQ(message["sequence"].toInt(), earlier.size());
+        EXPECT_EQ(data, generatedPayload(first + earlier.size(), size));
+        const qulonglong time = message["logTime"].toString().toULongLong();
+        EXPECT_GE(time, lastTime);
+        EXPECT_EQ(message["publishTime"].toString(), message["logTime"].toString());
+        lastTime = time;
+        earlier.append(data);
+        messages.append({topics.value(message["channelId"].toInt()), data});
+    }
+    return messages;
+}
+
+class ZalHost : public ::testing::Test {
+protected:
+    QString write(const QString& name, const QByteArray& content) {
+        return zaltest::writeFile(dir.filePath(name), content);
+    }
+    // zalctl against `frontend` with the given words; its output.
+    static zaltest::Outcome zalctl(const QString& frontend, const QStringList& words) {
+        return runProgram("zalctl", QStringList{"-e", frontend} + words);
+    }
+    // A host on `pipeline` ("%1" in it is the test's directory), which ends watching the recorder
+    // "rec"; returned once the watch started, with `frontend` set to the host's.
+    std::unique_ptr<RunningProgram> startRecording(const QString& name, const QString& pipeline) {
+        auto host = std::make_unique<RunningProgram>(
+            "zal-host", QStringList{"--listen", "tcp://127.0.0.1:*", "--pipeline",
+                                    write(name, pipeline.arg(dir.path()).toUtf8())});
+        frontend = frontendOf(*host);
+        EXPECT_FALSE(host->awaitLine("recorded=").isNull()) << host->output().toStdString();
+        return host;
+    }
+    // Until the recorder's current file holds more than `count` messages.
+    void awaitRecorded(int count) {
+        EXPECT_TRUE(zaltest::eventually([&] {
+            return zalctl(frontend, {"get", "g", "rec", "recorded"}).out.section('\n', 1, 1).toInt() > count;
+        }));
+    }
+    // Replays `from` at full speed into a new recording `to` in the recorder's own format; what
+    // that holds and the host's output.
+    std::pair<QList<QPair<QByteArray, QByteArray>>, QString> replay(const QString& from, const QString& to) {
+        const QString pipeline = QString(
+            "create-group g\ncreate g player demo.Player --stream replayed=inproc://replayed\n"
+            "create g rec demo.Recorder --stream recorded=inproc://recorded\nset g rec directory \"%1\"\n"
+            "set g player file \"%1/%2\"\nset g player speed full\nconnect g rec replayed\n"
+            "record g rec %3\nstart g player replayed\nwatch g player done,skipped\n");
+        const auto outcome = runProgram(
+            "zal-host", {"--pipeline", write(to + ".pipeline", pipeline.arg(dir.path(), from, to).toUtf8()),
+                         "--duration", "2"});
+        return std::make_pair(messagesOf(dir.filePath(to)), outcome.out);
+    }
+    QTemporaryDir dir;
+    QString frontend;
+};
 
 }  // namespace
 
@@ -141,16 +235,7 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
         "create g rec demo.Recorder --stream recorded=inproc://recorded\nset g rec directory \"%1\"\n"
         "set g gen topic t\nset g gen size 40\nset g gen rate 500\nconnect g rec numbers\n"
         "record g rec first.zrec\nwatch g rec recorded\n");
-    RunningProgram host("zal-host", {"--listen", "tcp://127.0.0.1:*", "--pipeline",
-                                     write("record.pipeline", pipeline.arg(dir.path()).toUtf8())});
-    const QString frontend = frontendOf(host);
-    ASSERT_FALSE(host.awaitLine("recorded=").isNull()) << "the pipeline did not finish";
-    // Until the recorder's current file holds more than `count` messages.
-    const auto awaitRecorded = [&](int count) {
-        zaltest::eventually([&] {
-            return zalctl(frontend, {"get", "g", "rec", "recorded"}).out.section('\n', 1, 1).toInt() > count;
-        });
-    };
+    const auto host = startRecording("record.pipeline", pipeline);
     awaitRecorded(0);
     // Values outside a parameter's range are refused with what is accepted and leave the old one;
     // so are read-only parameters, a recording over an existing file, and one outside the directory.
@@ -162,6 +247,8 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
          "Error: Cannot set parameter: size (expects a payload size in bytes from 0 to "
          "1048576; got '-1')"},
         {"set g gen sent 0", "Error: Cannot set parameter: sent (read-only)"},
+        {"set g rec format json",
+         "Error: Cannot set parameter: format (expects 'zal' or 'mcap'; got 'json')"},
         {"set g rec directory /nonexistent/dir",
          "Error: Cannot set parameter: directory (expects an existing directory this host may write to; "
          "got '/nonexistent/dir')"},
@@ -180,32 +267,16 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
     EXPECT_EQ(zalctl(frontend, {"record", "g", "rec", "second.zrec"}).status, 0);
     awaitRecorded(50);
     EXPECT_EQ(zalctl(frontend, {"stop", "g", "gen", "numbers"}).status, 0);
-    EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+    EXPECT_EQ(host->terminate(), 0) << host->output().toStdString();
     const auto first = messagesOf(dir.filePath("first.zrec"));
     const auto second = messagesOf(dir.filePath("second.zrec"));
     ASSERT_FALSE(first.isEmpty());
     ASSERT_GT(second.size(), 50);
     const auto all = first + second;
     for (int i = 0; i < all.size(); ++i) {
-        QByteArray payload = QByteArray::number(sequenceOf(all.front()) + i) + ' ';
-        while (payload.size() < 40) {
-            payload += "abcdefghijklmnopqrstuvwxyz";
-        }
-        ASSERT_EQ(all[i], qMakePair(QByteArray("t"), payload.left(40))) << i;
+        ASSERT_EQ(all[i], qMakePair(QByteArray("t"), generatedPayload(sequenceOf(all.front()) + i, 40))) << i;
     }
 
-    // Replays `from` at full speed into a new recording `to`, and reads that.
-    const auto replay = [&](const QString& from, const QString& to) {
-        const QString pipeline = QString(
-            "create-group g\ncreate g player demo.Player --stream replayed=inproc://replayed\n"
-            "create g rec demo.Recorder --stream recorded=inproc://recorded\nset g rec directory \"%1\"\n"
-            "set g player file \"%1/%2\"\nset g player speed full\nconnect g rec replayed\n"
-            "record g rec %3\nstart g player replayed\nwatch g player done,skipped\n");
-        const auto outcome = runProgram(
-            "zal-host", {"--pipeline", write(to + ".pipeline", pipeline.arg(dir.path(), from, to).toUtf8()),
-                         "--duration", "2"});
-        return std::make_pair(messagesOf(dir.filePath(to)), outcome.out);
-    };
     const auto [third, played] = replay("second.zrec", "third.zrec");
     EXPECT_EQ(third, second);
     EXPECT_TRUE(played.contains("summary g/player: done=true skipped=0")) << played.toStdString();
@@ -217,25 +288,91 @@ TEST_F(ZalHost, RecordsSplitsWithoutLossAndReplaysAsGenerated) {
     EXPECT_TRUE(torn.contains("summary g/player: done=true skipped=1")) << torn.toStdString();
 }
 
-TEST_F(ZalHost, ARecordingOfAKilledHostReadsUpToItsLastWholeRecord) {
-    const QString pipeline = write(
-        "killed.pipeline", QString("create-group g\ncreate g gen demo.Generator --stream n=inproc://n\n"
-                                   "set g gen size 100\nset g gen rate 20000\ncreate g rec demo.Recorder\n"
-                                   "set g rec directory \"%1\"\nconnect g rec n\nrecord g rec killed.zrec\n")
-                               .arg(dir.path())
-                               .toUtf8());
-    RunningProgram host("zal-host", {"--pipeline", pipeline});
-    ASSERT_FALSE(host.awaitLine("killed.zrec").isNull()) << host.output().toStdString();
-    // Well past the first flush, while records keep coming.
-    QFile file(dir.filePath("killed.zrec"));
-    zaltest::eventually([&] { return file.size() > 200 * 1000; });
-    ::kill(static_cast<pid_t>(host.processId()), SIGKILL);
-    const auto survived = messagesOf(file.fileName(), true);
+// MCAP as other tools meet it: @mcap/core finds one channel per topic, described as the recorder
+// says, every message in the order and with the bytes published, and a summary that agrees with
+// them, through the index and front to back alike. The player plays the file as @mcap/core read it.
+TEST_F(ZalHost, RecordsMcapThatTheMcapReaderReadsAsPublishedAndThePlayerReplays) {
+    const QString pipeline = QString(
+        "create-group g\ncreate g ga demo.Generator --stream na=inproc://na\n"
+        "create g gb demo.Generator --stream nb=inproc://nb\nset g ga topic a\nset g gb topic b\n"
+        "set g ga size 40\nset g gb size 40\nset g ga rate 500\nset g gb rate 500\n"
+        "create g rec demo.Recorder\nset g rec directory \"%1\"\nset g rec format mcap\n"
+        "connect g rec na\nconnect g rec nb\nrecord g rec r.mcap\nwatch g rec recorded\n");
+    const auto host = startRecording("mcap.pipeline", pipeline);
+    awaitRecorded(600);
+    EXPECT_EQ(zalctl(frontend, {"get", "g", "rec", "format"}).out, "Success\nmcap\n");
+    EXPECT_EQ(zalctl(frontend, {"stop", "g", "ga", "na"}).status, 0);
+    EXPECT_EQ(zalctl(frontend, {"stop", "g", "gb", "nb"}).status, 0);
+    EXPECT_EQ(host->terminate(), 0) << host->output().toStdString();
+
+    const McapRead indexed = readWithMcapCore(dir.filePath("r.mcap"), "indexed");
+    ASSERT_EQ(indexed.status, 0) << indexed.output.toStdString();
+    QStringList topics;
+    for (const auto value : indexed.file["channels"].toArray()) {
+        const QJsonObject channel = value.toObject();
+        topics.append(channel["topic"].toString());
+        EXPECT_EQ(channel["schemaId"].toInt(), 0);
+        EXPECT_EQ(channel["messageEncoding"].toString(), "application/octet-stream");
+        EXPECT_EQ(channel["metadata"].toObject(),
+                  QJsonObject({{"stream", "na, nb"}, {"address", "inproc://na, inproc://nb"}}));
+    }
+    topics.sort();
+    EXPECT_EQ(topics, QStringList({"a", "b"}));
+    const auto messages = checkedMcapMessages(indexed.file, 40);
+    ASSERT_GT(messages.size(), 600);
+    const QJsonObject statistics = indexed.file["statistics"].toObject();
+    EXPECT_EQ(statistics["messageCount"].toString().toInt(), messages.size());
+    EXPECT_EQ(statistics["channelCount"].toInt(), 2);
+    EXPECT_EQ(statistics["chunkCount"].toInt(), indexed.file["chunkIndexes"].toInt());
+    const QJsonObject perChannel = statistics["channelMessageCounts"].toObject();
+    EXPECT_EQ(perChannel["1"].toString().toInt() + perChannel["2"].toString().toInt(), messages.size());
+
+    const McapRead streamed = readWithMcapCore(dir.filePath("r.mcap"), "stream");
+    ASSERT_EQ(streamed.status, 0) << streamed.output.toStdString();
+    EXPECT_TRUE(streamed.file["done"].toBool());
+    EXPECT_EQ(checkedMcapMessages(streamed.file, 40), messages);
+
+    const auto [replayed, played] = replay("r.mcap", "replayed.zrec");
+    EXPECT_EQ(replayed, messages);
+    EXPECT_TRUE(played.contains("summary g/player: done=true skipped=0")) << played.toStdString();
+}
+
+// Killed mid-recording, a file in the recorder's own format reads up to its last whole record and
+// an MCAP file up to its last whole chunk, to readers that go front to back (the player among them,
+// which says the file was cut); an MCAP reader that needs the summary refuses it.
+TEST_F(ZalHost, ARecordingOfAKilledHostReadsUpToItsLastWholeRecordOrChunk) {
+    const auto recordAndKill = [&](const QString& format, const QString& name, qint64 bytes) {
+        const QString pipeline = write(
+            name + ".pipeline",
+            QString("create-group g\ncreate g gen demo.Generator --stream n=inproc://n\n"
+                    "set g gen size 100\nset g gen rate 20000\ncreate g rec demo.Recorder\n"
+                    "set g rec directory \"%1\"\nset g rec format %2\nconnect g rec n\nrecord g rec %3\n")
+                .arg(dir.path(), format, name)
+                .toUtf8());
+        RunningProgram host("zal-host", {"--pipeline", pipeline});
+        EXPECT_FALSE(host.awaitLine(name).isNull()) << host.output().toStdString();
+        // Well past the first flush or chunk, while messages keep coming.
+        QFile file(dir.filePath(name));
+        EXPECT_TRUE(zaltest::eventually([&] { return file.size() > bytes; }, 60));
+        ::kill(static_cast<pid_t>(host.processId()), SIGKILL);
+        return file.fileName();
+    };
+    const auto survived = messagesOf(recordAndKill("zal", "killed.zrec", 200 * 1000), true);
     ASSERT_GT(survived.size(), 1000);
     for (int i = 0; i < survived.size(); ++i) {
-        ASSERT_EQ(sequenceOf(survived[i]), sequenceOf(survived.front()) + i) << i;
-        ASSERT_EQ(survived[i].second.size(), 100) << i;
+        ASSERT_EQ(survived[i],
+                  qMakePair(QByteArray("demo"), generatedPayload(sequenceOf(survived.front()) + i, 100)))
+            << i;
     }
+
+    const QString torn = recordAndKill("mcap", "killed.mcap", 3 * 1024 * 1024);
+    const McapRead streamed = readWithMcapCore(torn, "stream");
+    ASSERT_EQ(streamed.status, 0) << streamed.output.toStdString();
+    EXPECT_FALSE(streamed.file["done"].toBool());
+    EXPECT_GT(checkedMcapMessages(streamed.file, 100).size(), 10000);
+    EXPECT_NE(readWithMcapCore(torn, "indexed").status, 0);
+    const QString played = replay("killed.mcap", "killed-replayed.zrec").second;
+    EXPECT_TRUE(played.contains("summary g/player: done=true skipped=1")) << played.toStdString();
 }
 
 TEST_F(ZalHost, ACurveFrontendServesAuthorisedClientsOnlyAndItsOwnPipeline) {
