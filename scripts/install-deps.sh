@@ -10,7 +10,7 @@ packages=(
   qt6-base-dev
   libboost-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-zmq python3-pytest
+  python3 python3-zmq python3-pytest python3-venv python3-pip python3-setuptools python3-wheel
   clang libclang-rt-14-dev
   gcovr
   graphviz
