@@ -12,6 +12,7 @@ packages=(
   clang libclang-rt-14-dev
   gcovr
   graphviz
+  bash-completion
 )
 
 missing=()
