@@ -72,6 +72,7 @@ def test_names_come_from_the_host_the_command_line_names(host):
                     f"--endpoint = {split} get g1 c") == ["counter"]
     assert complete("get g1 ", endpoint=host.endpoint) == ["counter", "gen"]
     assert complete("set g1 gen s", endpoint=host.endpoint) == ["sent", "size"]
+    assert complete("watch g1 gen rate,s", endpoint=host.endpoint) == ["rate,sent", "rate,size"]
     assert complete("stop g1 gen ", endpoint=host.endpoint) == ["out"]
     # A name the command creates is not offered, nor a group for a processor's place.
     assert complete("create-group ", endpoint=host.endpoint) == []
