@@ -14,7 +14,11 @@ packages=(
   clang libclang-rt-14-dev
   gcovr
   graphviz
+<<<<<<< HEAD
   nodejs
+=======
+  bash-completion
+>>>>>>> wire21
 )
 
 missing=()
