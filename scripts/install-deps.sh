@@ -14,11 +14,8 @@ packages=(
   clang libclang-rt-14-dev
   gcovr
   graphviz
-<<<<<<< HEAD
   nodejs
-=======
   bash-completion
->>>>>>> wire21
 )
 
 missing=()
