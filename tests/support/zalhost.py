@@ -1,4 +1,4 @@
-"""A real zal-host for the protocol tests: started on a free port, stopped at the end."""
+"""A real zal-host for the Python tests: started on a free port, stopped at the end."""
 import os
 import pathlib
 import re
@@ -53,6 +53,7 @@ class ZalHost:
             self.output.append(line)
 
     def stop(self):
+        """SIGTERM, a bounded wait, SIGKILL when it does not end; the exit status."""
         if self.process.poll() is None:
             self.process.terminate()
             try:
@@ -60,3 +61,4 @@ class ZalHost:
             except subprocess.TimeoutExpired:
                 self.process.kill()
                 self.process.wait(timeout=30)
+        return self.process.returncode
