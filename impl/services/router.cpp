@@ -19,18 +19,6 @@ std::unique_ptr<zmq::socket_t> makeMandatoryRouter() {
     return socket;
 }
 
-// Identities chosen by ZeroMQ are binary; those the system's peers choose are text with a final
-// zero byte. Either way the trace line stays one readable line.
-QString printableIdentity(const QByteArray& identity) {
-    const QByteArray text = identity.endsWith('\0') ? identity.chopped(1) : identity;
-    for (const char c : text) {
-        if (c < 0x20 || c > 0x7e) {
-            return QStringLiteral("0x") + QString::fromLatin1(identity.toHex());
-        }
-    }
-    return QString::fromLatin1(text);
-}
-
 // A failed bind says where, since it ends the start of the whole system: a port in use reads
 // "tcp://127.0.0.1:5555: Address already in use".
 void bindSaying(zmq::socket_t& socket, std::string& address) {
@@ -115,7 +103,7 @@ void Router::process() {
 void Router::dropMalformed(const RouterMessage& partial) {
     if (ErrorHandler::isTracing()) {
         _Q_Trace(QStringLiteral("Router: Invalid message format from '%1', message dropped")
-                     .arg(printableIdentity(partial.source)),
+                     .arg(RouterHandler::printableIdentity(partial.source)),
                  "router", __LINE__);
     }
 }

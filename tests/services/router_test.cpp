@@ -75,6 +75,8 @@ TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
     for (const auto& frames : malformed) {
         zaltest::sendFrames(hostile, frames);
     }
+    // Well-formed but for nobody: dropped too, and a destination without its zero byte is named as such.
+    zaltest::sendFrames(hostile, {"", "inproc://zal/service", "no zero byte"});
     // One connection keeps its order: when this arrives, every malformed message before it is gone.
     zaltest::sendFrames(hostile, {"", service, "well-formed"});
     auto inside = zaltest::receiveFrames(peer);
@@ -103,6 +105,11 @@ TEST(Router, DroppingMalformedMessagesTracesTheSenderAndServesTheNext) {
     EXPECT_EQ(lines.filter("Invalid message format from 'inproc://zal/service'").size(), 1);
     EXPECT_EQ(lines.filter("Invalid message format from '0x00").size(), 1);
     EXPECT_EQ(lines.filter("Invalid message format").size(), 6) << "surplus frames are not read as messages";
+    EXPECT_EQ(lines
+                  .filter("Router: Failed to deliver message from 'hostile' to 'inproc://zal/service'! (the "
+                          "destination does not end with a zero byte)")
+                  .size(),
+              1);
     EXPECT_EQ(router.thread->getState(), Running);
 }
 
