@@ -33,13 +33,14 @@ public:
         struct sigaction action {};
         action.sa_handler = [](int) { signalsTaken.fetch_add(1, std::memory_order_relaxed); };
         sigemptyset(&action.sa_mask);  // and no SA_RESTART: interrupted calls fail with EINTR
-        sigaction(SIGALRM, &action, &previous);
+        sigaction(SIGALRM, &action, nullptr);
         storm = std::thread([this] { run(); });
     }
+    // The handler stays: a signal sent just before the storm stopped may still be pending at a
+    // thread the loaded machine has not scheduled yet, and the default action would end the process.
     ~SignalStorm() {
         stopping = true;
         storm.join();
-        sigaction(SIGALRM, &previous, nullptr);
     }
 
 private:
@@ -58,7 +59,6 @@ private:
     }
 
     const pid_t spared = static_cast<pid_t>(syscall(SYS_gettid));
-    struct sigaction previous {};
     std::atomic<bool> stopping{false};
     std::thread storm;
 };
