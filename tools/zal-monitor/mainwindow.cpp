@@ -6,6 +6,7 @@
 #include <QStatusBar>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <cstdio>
 
 #include "actionbar.h"
 #include "graphview.h"
@@ -55,17 +56,28 @@ MainWindow::MainWindow(MonitorPoller& poller, const QString& endpoint)
     connect(poller.reports(), &SweepWorker::swept, this, &MainWindow::onSwept);
     connect(poller.reports(), &SweepWorker::lost, this, &MainWindow::onLost);
     connect(poller.reports(), &SweepWorker::answered, this, &MainWindow::onAnswered);
-    connect(poller.reports(), &SweepWorker::parameters, parameters, &ParameterTable::show);
+    // Values read for the processor selected before are dropped rather than shown under another name.
+    connect(poller.reports(), &SweepWorker::parameters, this,
+            [this](const QString& id, const auto& descriptions, const QStringList& values) {
+                if (id == selected) {
+                    parameters->show(id, descriptions, values);
+                }
+            });
     connect(
         parameters, &ParameterTable::edited, this,
         [this](const QString& id, const QString& name, const QString& value) {
             this->poller.run({QStringLiteral("set"), id.section('/', 0, 0), id.section('/', 1), name, value});
         });
     connect(actions, &ActionBar::request, &poller, &MonitorPoller::run);
-    connect(graph, &GraphView::chosen, this, &MainWindow::choose);
-    connect(tree, &QTreeWidget::itemClicked, this,
-            [this](QTreeWidgetItem* item) { choose(item->data(0, idRole).toString()); });
-    resize(1200, 760);
+    connect(graph, &GraphView::chosen, this, [this](const QString& id) {
+        userChose = true;
+        choose(id);
+    });
+    connect(tree, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) {
+        userChose = true;
+        choose(item->data(0, idRole).toString());
+    });
+    resize(1280, 820);
 }
 
 QWidget* MainWindow::makeDetails() {
@@ -79,17 +91,18 @@ QWidget* MainWindow::makeDetails() {
     answer->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(answer);
     details->addWidget(right);
-    details->setStretchFactor(0, 3);
-    details->setStretchFactor(1, 2);
+    details->setStretchFactor(0, 1);
+    details->setStretchFactor(1, 1);
     return details;
 }
 
 bool MainWindow::showsData() const {
-    return graph->nodes() > 0 && charts->points() >= 2;
+    return graph->nodes() > 0 && charts->points() >= 2 && parameters->rowCount() > 0;
 }
 
 void MainWindow::onSwept(const zaltools::SystemSnapshot& snapshot) {
     state.update(snapshot);
+    tell(true);
     disconnected->hide();
     const zaltools::TopReport& report = state.report();
     connection->setText(tr("%1: %2 group(s), %3 processor(s); %4 request(s) in %5 ms")
@@ -105,9 +118,21 @@ void MainWindow::onSwept(const zaltools::SystemSnapshot& snapshot) {
 
 void MainWindow::onLost(const QString& reason) {
     state.lose();
+    tell(false, reason);
     disconnected->setText(tr("disconnected — reconnecting to %1").arg(endpoint));
     disconnected->show();
     connection->setText(tr("disconnected: %1").arg(reason));
+}
+
+void MainWindow::tell(bool now, const QString& reason) {
+    if (answering == now) {
+        return;
+    }
+    answering = now;
+    const QString line =
+        now ? QStringLiteral("zal-monitor: connected to %1\n").arg(endpoint)
+            : QStringLiteral("zal-monitor: disconnected from %1: %2\n").arg(endpoint, reason);
+    std::fputs(qPrintable(line), stderr);
 }
 
 void MainWindow::onAnswered(const QStringList& words, bool success, const QString& text) {
@@ -129,7 +154,7 @@ void MainWindow::choose(const QString& id) {
 }
 
 void MainWindow::chooseDefault() {
-    if (!selected.isEmpty() || state.report().rows.isEmpty()) {
+    if (userChose || state.report().rows.isEmpty()) {
         return;
     }
     const QVector<zaltools::TopRow>& rows = state.report().rows;

@@ -4,6 +4,7 @@
 
 #include <QMainWindow>
 #include <QString>
+#include <optional>
 
 #include "monitormodel.h"
 #include "monitorpoller.h"
@@ -25,7 +26,8 @@ public:
     MainWindow(MonitorPoller& poller, const QString& endpoint);
 
     const MonitorModel& model() const { return state; }
-    // The graph has nodes and the selected processor's charts have points to draw a line through.
+    // The graph has nodes, and the selected processor's charts have points to draw a line through and
+    // its parameters are shown.
     bool showsData() const;
 
 private:
@@ -33,17 +35,20 @@ private:
     void onLost(const QString& reason);
     void onAnswered(const QStringList& words, bool success, const QString& text);
     void choose(const QString& id);
-    // With nothing chosen, the first processor that loses, else the first consumer, else the first.
+    // Until the user chooses, the first processor that loses, else the first consumer, else the first.
     void chooseDefault();
     void fillTree();
     QTreeWidgetItem* processorItem(const zaltools::TopRow& row);
     void showSelected();
+    // Writes a line to stderr when the host starts or stops answering, for logs of a long watch.
+    void tell(bool answering, const QString& reason = QString());
     QWidget* makeDetails();
 
     MonitorPoller& poller;
     QString endpoint;
     MonitorModel state;
     QString selected;  // GROUP/PROCESSOR, or empty
+    bool userChose = false;
     QTreeWidget* tree;
     GraphView* graph;
     RateCharts* charts;
@@ -52,6 +57,7 @@ private:
     QLabel* connection;    // in the status bar
     QLabel* disconnected;  // over the graph while the host does not answer
     ActionBar* actions;
+    std::optional<bool> answering;  // none before the first sweep ended
 };
 
 }  // namespace zalmonitor

@@ -37,6 +37,7 @@ void ParameterTable::show(const QString& id, const QVector<zaltools::ParameterDe
         setItem(row, 2, summary);
     }
     resizeColumnToContents(0);
+    resizeColumnToContents(1);
     filling = false;
 }
 
