@@ -9,13 +9,15 @@
 #include "screenshottaker.h"
 
 int main(int argc, char* argv[]) {
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("zal-monitor"));
-    QApplication::setApplicationVersion(QStringLiteral(ZAL_VERSION));
+    // Read before the application exists, so that --help and usage errors need no display.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
     QString message;
     int status = 0;
     const std::optional<zalmonitor::MonitorOptions> options =
-        zalmonitor::MonitorOptions::parse(QApplication::arguments(), message, status);
+        zalmonitor::MonitorOptions::parse(arguments, message, status);
     if (!options) {
         std::fprintf(status == 0 ? stdout : stderr, "%s%s",
                      status == 0 ? "" : "zal-monitor: ", qPrintable(message));
@@ -24,6 +26,8 @@ int main(int argc, char* argv[]) {
         }
         return status;
     }
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("zal-monitor"));
     zalmonitor::MonitorPoller poller(*options);
     zalmonitor::MainWindow window(poller, QString::fromStdString(options->endpoint));
     std::unique_ptr<zalmonitor::ScreenshotTaker> screenshot;

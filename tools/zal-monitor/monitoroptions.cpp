@@ -87,8 +87,11 @@ std::optional<MonitorOptions> MonitorOptions::parse(const QStringList& arguments
     }
     if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("version"))) {
         status = 0;
-        message = parser.isSet(QStringLiteral("help")) ? parser.helpText()
-                                                       : QStringLiteral("zal-monitor " ZAL_VERSION "\n");
+        // Parsed before any application object exists, the parser does not know the program's name.
+        message = parser.isSet(QStringLiteral("help"))
+                      ? parser.helpText().replace(QStringLiteral("<executable_name>"),
+                                                  QStringLiteral("zal-monitor"))
+                      : QStringLiteral("zal-monitor " ZAL_VERSION "\n");
         return std::nullopt;
     }
     if (!parser.positionalArguments().isEmpty()) {

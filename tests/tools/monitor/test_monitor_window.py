@@ -73,3 +73,16 @@ def test_window_shows_the_pipeline_and_marks_the_throttled_consumer(tmp_path):
     size, width, height = png_size(ARTEFACT)
     assert width >= 800 and height >= 500, "the window is %dx%d" % (width, height)
     assert size > 20000, "a %d-byte screenshot shows next to nothing" % size
+
+
+def test_options_that_cannot_be_used_end_it_before_any_window_opens():
+    # No display is needed to be told so: nothing here may open a window.
+    environment = {key: value for key, value in os.environ.items() if key != "DISPLAY"}
+    environment["QT_QPA_PLATFORM"] = "xcb"
+    for arguments, said in [(["--curve-server-key", "short"], "--curve-server-key is not a CURVE key"),
+                            (["--timeout", "0"], "--timeout '0' is not a positive number of milliseconds."),
+                            (["--nope"], "Unknown option 'nope'.")]:
+        done = subprocess.run([str(MONITOR), *arguments], capture_output=True, text=True, timeout=30,
+                              env=environment)
+        assert (done.returncode, done.stdout) == (64, ""), done.stderr
+        assert done.stderr.startswith("zal-monitor: " + said), done.stderr
