@@ -61,6 +61,7 @@ MainWindow::MainWindow(MonitorPoller& poller, const QString& endpoint)
             [this](const QString& id, const auto& descriptions, const QStringList& values) {
                 if (id == selected) {
                     parameters->show(id, descriptions, values);
+                    parametersRead = true;
                 }
             });
     connect(
@@ -97,7 +98,7 @@ QWidget* MainWindow::makeDetails() {
 }
 
 bool MainWindow::showsData() const {
-    return graph->nodes() > 0 && charts->points() >= 2 && parameters->rowCount() > 0;
+    return graph->nodes() > 0 && charts->points() >= 2 && parametersRead;
 }
 
 void MainWindow::onSwept(const zaltools::SystemSnapshot& snapshot) {
@@ -148,6 +149,7 @@ void MainWindow::choose(const QString& id) {
     selected = id;
     actions->setSelection(id);
     parameters->setRowCount(0);
+    parametersRead = false;
     answer->clear();
     poller.select(id.contains('/') ? id : QString());
     showSelected();

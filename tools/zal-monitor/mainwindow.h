@@ -27,7 +27,7 @@ public:
 
     const MonitorModel& model() const { return state; }
     // The graph has nodes, and the selected processor's charts have points to draw a line through and
-    // its parameters are shown.
+    // its parameters have been read.
     bool showsData() const;
 
 private:
@@ -49,6 +49,7 @@ private:
     MonitorModel state;
     QString selected;  // GROUP/PROCESSOR, or empty
     bool userChose = false;
+    bool parametersRead = false;  // for `selected`, since it was chosen
     QTreeWidget* tree;
     GraphView* graph;
     RateCharts* charts;

@@ -6,14 +6,14 @@
 namespace zalmonitor {
 
 MonitorPoller::MonitorPoller(const MonitorOptions& options, QObject* parent)
-    : QObject(parent), timeoutMs(options.timeoutMs), worker(new SweepWorker(options, &stopping)) {
+    : QObject(parent), timeoutMs(options.timeoutMs), worker(new SweepWorker(options, stopping)) {
     qRegisterMetaType<zaltools::SystemSnapshot>();
     qRegisterMetaType<QVector<zaltools::ParameterDescription>>();
     worker->moveToThread(&thread);
 }
 
 MonitorPoller::~MonitorPoller() {
-    stopping = 1;
+    stopping = true;
     if (thread.isRunning()) {
         QMetaObject::invokeMethod(worker, &SweepWorker::finish, Qt::QueuedConnection);
         // A request under way ends within its time-out; the pacer's wait ends at once.

@@ -3,7 +3,7 @@
 
 #include <QObject>
 #include <QThread>
-#include <csignal>
+#include <atomic>
 
 #include "monitoroptions.h"
 #include "sweepworker.h"
@@ -26,8 +26,8 @@ public:
 
 private:
     int timeoutMs;
-    // Set once, by the GUI thread, to end the worker's pacer waits.
-    volatile std::sig_atomic_t stopping = 0;
+    // Set once, by the GUI thread, to end the worker's sweep at its next request.
+    std::atomic<bool> stopping{false};
     QThread thread;
     SweepWorker* worker;  // owned; deleted once its thread has ended
 };

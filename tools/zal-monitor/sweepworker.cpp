@@ -10,7 +10,7 @@
 
 namespace zalmonitor {
 
-SweepWorker::SweepWorker(const MonitorOptions& options, const volatile std::sig_atomic_t* stopping)
+SweepWorker::SweepWorker(const MonitorOptions& options, const std::atomic<bool>& stopping)
     : options(options), pacer(requestsPerSecond, stopping), timer(this) {
     timer.setSingleShot(true);
     connect(&timer, &QTimer::timeout, this, &SweepWorker::sweep);
@@ -84,10 +84,12 @@ void SweepWorker::readParameters() {
     }
     if (described != selected) {
         QString json;
-        descriptions = get(zaltools::ParameterDescription::parameterName(), json)
-                           ? zaltools::ParameterDescription::listFrom(json)
-                           : QVector<zaltools::ParameterDescription>();
-        described = selected;
+        descriptions.clear();
+        // A processor too busy to answer in time is asked again after the next sweep.
+        if (get(zaltools::ParameterDescription::parameterName(), json)) {
+            descriptions = zaltools::ParameterDescription::listFrom(json);
+            described = selected;
+        }
     }
     QStringList values;
     for (const zaltools::ParameterDescription& description : descriptions) {

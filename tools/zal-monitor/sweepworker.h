@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <QTimer>
 #include <QVector>
-#include <csignal>
+#include <atomic>
 #include <memory>
 
 #include "monitoroptions.h"
@@ -28,8 +28,8 @@ public:
     static constexpr int requestsPerSecond = 200;
     static constexpr int sweepIntervalMs = 1000;
 
-    // `stopping` ends the pacer's waits; it is set by the thread that stops the worker.
-    SweepWorker(const MonitorOptions& options, const volatile std::sig_atomic_t* stopping);
+    // `stopping`, set by the thread that stops the worker, ends a sweep at its next request.
+    SweepWorker(const MonitorOptions& options, const std::atomic<bool>& stopping);
     ~SweepWorker() override;
 
 public slots:
