@@ -36,14 +36,15 @@ struct Seen {
     QStringList values;
 
     explicit Seen(const MonitorPoller& poller) {
-        const SweepWorker* worker = poller.reports();
-        QObject::connect(worker, &SweepWorker::swept, [this](const auto& s) { sweeps.append(s); });
-        QObject::connect(worker, &SweepWorker::lost, [this](const QString& reason) { lost.append(reason); });
-        QObject::connect(worker, &SweepWorker::answered,
+        const MonitorPoller* worker = &poller;
+        QObject::connect(worker, &MonitorPoller::swept, [this](const auto& s) { sweeps.append(s); });
+        QObject::connect(worker, &MonitorPoller::lost,
+                         [this](const QString& reason) { lost.append(reason); });
+        QObject::connect(worker, &MonitorPoller::answered,
                          [this](const QStringList&, bool ok, const QString& text) {
                              answers.append((ok ? "ok: " : "refused: ") + text);
                          });
-        QObject::connect(worker, &SweepWorker::parameters,
+        QObject::connect(worker, &MonitorPoller::parameters,
                          [this](const QString&, const auto& d, const QStringList& v) {
                              descriptions = d;
                              values = v;

@@ -53,11 +53,11 @@ MainWindow::MainWindow(MonitorPoller& poller, const QString& endpoint)
     addToolBar(actions);
     statusBar()->addWidget(connection, 1);
     connection->setText(tr("connecting to %1 …").arg(endpoint));
-    connect(poller.reports(), &SweepWorker::swept, this, &MainWindow::onSwept);
-    connect(poller.reports(), &SweepWorker::lost, this, &MainWindow::onLost);
-    connect(poller.reports(), &SweepWorker::answered, this, &MainWindow::onAnswered);
+    connect(&poller, &MonitorPoller::swept, this, &MainWindow::onSwept);
+    connect(&poller, &MonitorPoller::lost, this, &MainWindow::onLost);
+    connect(&poller, &MonitorPoller::answered, this, &MainWindow::onAnswered);
     // Values read for the processor selected before are dropped rather than shown under another name.
-    connect(poller.reports(), &SweepWorker::parameters, this,
+    connect(&poller, &MonitorPoller::parameters, this,
             [this](const QString& id, const auto& descriptions, const QStringList& values) {
                 if (id == selected) {
                     parameters->show(id, descriptions, values);

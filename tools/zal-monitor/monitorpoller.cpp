@@ -1,43 +1,34 @@
 #include "monitorpoller.h"
 
-#include <QMetaObject>
-#include <cstdio>
-
 namespace zalmonitor {
 
 MonitorPoller::MonitorPoller(const MonitorOptions& options, QObject* parent)
-    : QObject(parent), timeoutMs(options.timeoutMs), worker(new SweepWorker(options, stopping)) {
-    qRegisterMetaType<zaltools::SystemSnapshot>();
-    qRegisterMetaType<QVector<zaltools::ParameterDescription>>();
-    worker->moveToThread(&thread);
-}
-
-MonitorPoller::~MonitorPoller() {
-    stopping = true;
-    if (thread.isRunning()) {
-        QMetaObject::invokeMethod(worker, &SweepWorker::finish, Qt::QueuedConnection);
-        // A request under way ends within its time-out; the pacer's wait ends at once.
-        if (!thread.wait(timeoutMs + 2000)) {
-            std::fprintf(stderr, "zal-monitor: the polling thread did not end in time\n");
-            return;  // the worker is left to the ending process rather than deleted under its thread
-        }
-    }
-    delete worker;
+    : QObject(parent), worker(options) {
+    connect(&timer, &QTimer::timeout, this, &MonitorPoller::deliver);
 }
 
 void MonitorPoller::start() {
-    thread.start();
-    QMetaObject::invokeMethod(worker, &SweepWorker::begin, Qt::QueuedConnection);
+    worker.start();
+    timer.start(takeIntervalMs);
 }
 
-void MonitorPoller::select(const QString& id) {
-    QMetaObject::invokeMethod(
-        worker, [this, id] { worker->select(id); }, Qt::QueuedConnection);
-}
-
-void MonitorPoller::run(const QStringList& words) {
-    QMetaObject::invokeMethod(
-        worker, [this, words] { worker->run(words); }, Qt::QueuedConnection);
+void MonitorPoller::deliver() {
+    for (const WorkerReport& report : worker.take()) {
+        switch (report.kind) {
+            case WorkerReport::Kind::Swept:
+                emit swept(report.snapshot);
+                break;
+            case WorkerReport::Kind::Lost:
+                emit lost(report.text);
+                break;
+            case WorkerReport::Kind::Parameters:
+                emit parameters(report.id, report.descriptions, report.values);
+                break;
+            case WorkerReport::Kind::Answered:
+                emit answered(report.words, report.success, report.text);
+                break;
+        }
+    }
 }
 
 }  // namespace zalmonitor

@@ -1,35 +1,38 @@
-// Runs a SweepWorker in a thread of its own and is the window's one way to it.
+// Runs a SweepWorker and hands its reports to the GUI thread as signals.
 #pragma once
 
 #include <QObject>
-#include <QThread>
-#include <atomic>
+#include <QTimer>
 
 #include "monitoroptions.h"
 #include "sweepworker.h"
 
 namespace zalmonitor {
 
-// Belongs to the GUI thread.
+// Belongs to the GUI thread, whose event loop takes the worker's reports a few times a second.
 class MonitorPoller : public QObject {
     Q_OBJECT
 public:
+    static constexpr int takeIntervalMs = 100;
+
     explicit MonitorPoller(const MonitorOptions& options, QObject* parent = nullptr);
-    // Stops the worker, waiting at most a time-out and a little longer.
-    ~MonitorPoller() override;
 
     void start();
-    void select(const QString& id);
-    void run(const QStringList& words);
-    // What to connect to for the sweeps and replies; its signals arrive queued in the caller's thread.
-    const SweepWorker* reports() const { return worker; }
+    void select(const QString& id) { worker.select(id); }
+    void run(const QStringList& words) { worker.run(words); }
+
+signals:
+    void swept(const zaltools::SystemSnapshot& snapshot);
+    void lost(const QString& reason);
+    void parameters(const QString& id, const QVector<zaltools::ParameterDescription>& descriptions,
+                    const QStringList& values);
+    void answered(const QStringList& words, bool success, const QString& text);
 
 private:
-    int timeoutMs;
-    // Set once, by the GUI thread, to end the worker's sweep at its next request.
-    std::atomic<bool> stopping{false};
-    QThread thread;
-    SweepWorker* worker;  // owned; deleted once its thread has ended
+    void deliver();
+
+    SweepWorker worker;
+    QTimer timer;
 };
 
 }  // namespace zalmonitor
