@@ -1,4 +1,4 @@
-# Installs libzal, its headers (hand-written and generated), zal-host and zalctl, and the Zal CMake
+# Installs libzal, its headers (hand-written and generated), zal-host, zalctl and zal-monitor, and the Zal CMake
 # package with zal_add_plugin(). The demo plug-in installs itself (zal_add_plugin ... INSTALL).
 include(CMakePackageConfigHelpers)
 
@@ -8,8 +8,8 @@ install(TARGETS zal EXPORT ZalTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # The programs find libzal relative to themselves, so a prefix works wherever it is unpacked.
 file(RELATIVE_PATH ZAL_LIBRARY_FROM_PROGRAMS ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-set_target_properties(zal-host zalctl PROPERTIES INSTALL_RPATH "$ORIGIN/${ZAL_LIBRARY_FROM_PROGRAMS}")
-install(TARGETS zal-host zalctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+set_target_properties(zal-host zalctl zal-monitor PROPERTIES INSTALL_RPATH "$ORIGIN/${ZAL_LIBRARY_FROM_PROGRAMS}")
+install(TARGETS zal-host zalctl zal-monitor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY include/zal DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/generated/include/zal DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 

@@ -7,7 +7,7 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 packages=(
   build-essential cmake ninja-build pkg-config
   libzmq3-dev cppzmq-dev
-  qt6-base-dev
+  qt6-base-dev qt6-charts-dev libqt6opengl6-dev xvfb xauth
   libboost-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-zmq python3-pytest python3-venv python3-pip python3-setuptools python3-wheel

@@ -11,6 +11,11 @@ RequestPacer::RequestPacer(int perSecond, const volatile std::sig_atomic_t* inte
       allowed(Clock::now()),
       interrupted(interrupted) {}
 
+RequestPacer::RequestPacer(int perSecond, const std::atomic<bool>& stopped)
+    : RequestPacer(perSecond, nullptr) {
+    this->stopped = &stopped;
+}
+
 bool RequestPacer::next() {
     // A pause does not bank requests for a burst afterwards.
     allowed = std::max(allowed, Clock::now());
@@ -22,7 +27,7 @@ bool RequestPacer::next() {
 }
 
 bool RequestPacer::waitUntil(Clock::time_point deadline) const {
-    return waitUntil(deadline, interrupted);
+    return waitUntil(deadline, interrupted) && !(stopped && stopped->load());
 }
 
 // steady_clock is CLOCK_MONOTONIC on Linux, so its time points are that clock's readings.

@@ -19,6 +19,7 @@
 #include "zal/transport/curvekeys.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/commandrunner.h"
+#include "zaltools/curveoptions.h"
 #include "zaltools/exitstatus.h"
 #include "zaltools/jsonreply.h"
 #include "zaltools/optionwords.h"
@@ -202,45 +203,13 @@ int keygen(const QStringList& words) {
     return static_cast<int>(ExitStatus::Success);
 }
 
-// The CURVE options as given; each key may come inline or from a key file, not both.
-struct CurveOptions {
-    QMap<QString, QString> values;
-
-    bool any() const { return !values.isEmpty(); }
-
-    // Throws CurveKeyError, whose text is shown as a usage error, for anything unusable.
-    std::string key(const QString& inlineOption, const QString& fileOption, const char* what) const {
-        if (values.contains(inlineOption) && values.contains(fileOption)) {
-            throw zal::CurveKeyError(
-                QStringLiteral("give %1 or %2, not both.").arg(inlineOption, fileOption).toStdString());
-        }
-        if (values.contains(fileOption)) {
-            return zal::CurveKeys::readSingleKey(values[fileOption]);
-        }
-        if (!values.contains(inlineOption)) {
-            throw zal::CurveKeyError(QStringLiteral("CURVE needs %1 (%2 or %3).")
-                                         .arg(QLatin1String(what), inlineOption, fileOption)
-                                         .toStdString());
-        }
-        const std::string key = values[inlineOption].trimmed().toStdString();
-        if (!zal::CurveKeys::isKey(key)) {
-            throw zal::CurveKeyError(
-                QStringLiteral("%1 is not a CURVE key (40 Z85 characters).").arg(inlineOption).toStdString());
-        }
-        return key;
-    }
-};
-
-const QStringList curveOptionNames = {"--curve-server-key", "--curve-server-key-file", "--curve-public-key",
-                                      "--curve-secret-key", "--curve-secret-key-file"};
-
 // What the options before the command set.
 struct Options {
     QString endpoint;
     int timeoutMs = zal::socketDefaultTimeout;
     bool xml = false;
     bool json = false;
-    CurveOptions curve;
+    zaltools::CurveOptions curve;
 };
 
 Options defaultOptions() {
@@ -254,7 +223,7 @@ Options defaultOptions() {
 
 // One option that takes a value; an exit status when the value cannot be used.
 std::optional<int> takeOption(const QString& option, const QString& value, Options& options) {
-    if (isOption(option, curveOptionNames)) {
+    if (isOption(option, zaltools::CurveOptions::names())) {
         options.curve.values[option] = value;
     } else if (option == QLatin1String("--timeout")) {
         bool number = false;
@@ -297,7 +266,8 @@ std::optional<int> readOptions(const QStringList& arguments, Options& options, q
         }
         const qsizetype equals = word.startsWith(QLatin1String("--")) ? word.indexOf(QLatin1Char('=')) : -1;
         const QString option = equals < 0 ? word : word.left(equals);
-        if (!isOption(option, {"-e", "--endpoint", "--timeout"}) && !isOption(option, curveOptionNames)) {
+        if (!isOption(option, {"-e", "--endpoint", "--timeout"}) &&
+            !isOption(option, zaltools::CurveOptions::names())) {
             return usage(QStringLiteral("unknown option '%1'.").arg(option));
         }
         if (equals < 0 && at + 1 >= arguments.size()) {
@@ -314,27 +284,14 @@ std::optional<int> readOptions(const QStringList& arguments, Options& options, q
     return std::nullopt;
 }
 
-// Throws CurveKeyError for keys that cannot be used.
-void useCurve(const CurveOptions& curve, zaltools::CommandRunner& runner) {
-    const std::string server =
-        curve.key(QStringLiteral("--curve-server-key"), QStringLiteral("--curve-server-key-file"),
-                  "the server's public key");
-    zal::CurveKeys::Pair client;
-    client.secretKey = curve.key(QStringLiteral("--curve-secret-key"),
-                                 QStringLiteral("--curve-secret-key-file"), "this client's secret key");
-    client.publicKey = zal::CurveKeys::publicKeyOf(client.secretKey);
-    if (curve.values.contains(QStringLiteral("--curve-public-key")) &&
-        curve.values[QStringLiteral("--curve-public-key")].trimmed().toStdString() != client.publicKey) {
-        throw zal::CurveKeyError("--curve-public-key does not belong to the secret key given.");
-    }
-    runner.useCurve(server, client);
-}
-
 // Applies the options' CURVE keys to the runner; an exit status when they cannot be used.
 std::optional<int> useOptions(const Options& options, zaltools::CommandRunner& runner) {
     if (options.curve.any()) {
         try {
-            useCurve(options.curve, runner);
+            std::string server;
+            zal::CurveKeys::Pair client;
+            options.curve.keys(server, client);
+            runner.useCurve(server, client);
         } catch (const zal::CurveKeyError& e) {
             return usage(QString::fromStdString(e.what()));
         }
