@@ -8,8 +8,9 @@ import threading
 import time
 
 SOURCE_DIR = pathlib.Path(os.environ.get("ZAL_SOURCE_DIR", pathlib.Path(__file__).resolve().parents[2]))
-HOST = os.environ.get("ZAL_HOST", str(SOURCE_DIR / "build" / "bin" / "zal-host"))
-ZALCTL = os.environ.get("ZALCTL", str(SOURCE_DIR / "build" / "bin" / "zalctl"))
+BIN_DIR = pathlib.Path(os.environ.get("ZAL_BIN_DIR", SOURCE_DIR / "build" / "bin"))
+HOST = os.environ.get("ZAL_HOST", str(BIN_DIR / "zal-host"))
+ZALCTL = os.environ.get("ZALCTL", str(BIN_DIR / "zalctl"))
 
 # Sanitizer builds start slowly; a healthy host is far quicker than this.
 START_BOUND_S = 60

@@ -1,29 +1,29 @@
 """zal-monitor in a real window under Xvfb, against a real zal-host running a generator that feeds a
 fast and a throttled counter: the screenshot it saves, and the names and health it says it shows."""
 
-import importlib.util
 import os
 import pathlib
 import shutil
 import struct
 import subprocess
+import sys
 
 import pytest
 
-SOURCE = pathlib.Path(os.environ.get("ZAL_SOURCE_DIR") or pathlib.Path(__file__).resolve().parents[3])
-_spec = importlib.util.spec_from_file_location("zal_hosts", SOURCE / "python" / "tests" / "conftest.py")
-hosts = importlib.util.module_from_spec(_spec)
-_spec.loader.exec_module(hosts)
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from zalhost import BIN_DIR, ZALCTL, ZalHost  # noqa: E402
 
-MONITOR = hosts.BIN / "zal-monitor"
+MONITOR = BIN_DIR / "zal-monitor"
 # Kept after the run for a person to look at.
-ARTEFACT = hosts.BIN.parent / "test-artefacts" / "zal-monitor.png"
+ARTEFACT = BIN_DIR.parent / "test-artefacts" / "zal-monitor.png"
 MONITOR_SECONDS = 150
+# Generous: under the sanitizers zal-host answers many times slower.
+REPLY_SECONDS = 15.0
 
 
 def zalctl(endpoint, *words):
-    done = subprocess.run([hosts.ZALCTL, "-e", endpoint, *words], capture_output=True, text=True,
-                          timeout=hosts.REPLY_SECONDS * 2)
+    done = subprocess.run([ZALCTL, "-e", endpoint, *words], capture_output=True, text=True,
+                          timeout=REPLY_SECONDS * 2)
     assert done.returncode == 0, "zalctl %s: %s%s" % (" ".join(words), done.stdout, done.stderr)
 
 
@@ -49,7 +49,7 @@ def png_size(path):
 def test_window_shows_the_pipeline_and_marks_the_throttled_consumer(tmp_path):
     if shutil.which("xvfb-run") is None:
         pytest.fail("xvfb-run is missing: install Debian's xvfb (scripts/install-deps.sh installs it)")
-    host = hosts.Host(tmp_path)
+    host = ZalHost(tmp_path)
     try:
         start_pipeline(host.endpoint)
         ARTEFACT.parent.mkdir(exist_ok=True)
