@@ -105,6 +105,38 @@ TEST_F(Hosts, AConnectAcrossHostsSaysWhyAStreamCannotBeReached) {
     }
 }
 
+// The keys of a host line reach a host whose frontend requires CURVE, for its own commands and for
+// resolving a stream of it for a consumer at another host.
+TEST_F(Hosts, AHostLineCarriesTheCurveKeysOfItsHost) {
+    for (const QString name : {"server", "client"}) {
+        ASSERT_EQ(runProgram("zalctl", {"keygen", "--public-file", dir.filePath(name + ".pub"),
+                                        "--secret-file", dir.filePath(name + ".secret")})
+                      .status,
+                  0);
+    }
+    QFile clientPublic(dir.filePath("client.pub"));
+    ASSERT_TRUE(clientPublic.open(QIODevice::ReadOnly));
+    write("authorized", QString::fromUtf8(clientPublic.readAll()));
+    const QString config = write("curve.ini",
+                                 "EnvironmentAddress=tcp://127.0.0.1:*\nCurveSecretKeyFile=server.secret\n"
+                                 "CurveAuthorizedKeysFile=authorized\n");
+    RunningProgram c("zal-host", {"--config", config});
+    const QString frontendC = frontendOf(c);
+    ASSERT_FALSE(frontendC.isNull()) << c.output().toStdString();
+    const QString hosts = write("hosts", QString("host a %1\nhost c %2 --curve-server-key-file server.pub "
+                                                 "--curve-secret-key-file client.secret\n")
+                                             .arg(frontendA, frontendC));
+    // Relative key files are found beside the hosts file.
+    const auto at = [&](const QStringList& words) { return zalctl(hosts, words).out; };
+    EXPECT_EQ(at({"-e", "@c", "create-group", "g"}), "Success\n");
+    EXPECT_EQ(at({"-e", "@c", "create", "g", "gen", "demo.Generator", "--stream", "out=tcp://*:*"}),
+              "Success\n");
+    EXPECT_EQ(at({"-e", "@a", "create-group", "g"}), "Success\n");
+    EXPECT_EQ(at({"-e", "@a", "create", "g", "counter", "demo.Counter"}), "Success\n");
+    EXPECT_EQ(at({"-e", "@a", "connect", "g", "counter", "out", "--from", "@c"}), "Success\n");
+    EXPECT_TRUE(at({"-e", "@a", "sources", "g", "counter"}).contains("tcp://127.0.0.1:"));
+}
+
 // Each mistake is reported with its file and line before anything is sent: the group of the
 // pipeline's first command is never made.
 TEST_F(Hosts, MistakesInHostLinesStopEverythingWithTheirLine) {

@@ -1,6 +1,8 @@
 #include "zaltools/hosttable.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 #include "zaltools/commandparser.h"
@@ -56,7 +58,7 @@ HostTable HostTable::readFile(const QString& path) {
             if (!isHostLine(line.words)) {
                 fail(QStringLiteral("a hosts file holds only host lines (%1)").arg(usageText));
             }
-            table.add(line.words);
+            table.add(line.words, QFileInfo(path).absolutePath());
         } catch (const UsageError& e) {
             fail(QStringLiteral("%1:%2: %3").arg(path).arg(line.number).arg(QString::fromUtf8(e.what())));
         }
@@ -64,7 +66,7 @@ HostTable HostTable::readFile(const QString& path) {
     return table;
 }
 
-void HostTable::add(const QStringList& words) {
+void HostTable::add(const QStringList& words, const QString& folder) {
     const OptionWords given(QStringLiteral("host"), words.mid(1), CurveOptions::names(), {});
     if (given.positional.size() != 2) {
         fail(usageText);
@@ -80,7 +82,9 @@ void HostTable::add(const QStringList& words) {
     checkEndpoint(host.name, given.positional[1]);
     for (const QString& option : CurveOptions::names()) {
         if (given.has(option)) {
-            host.curve.values[option] = given.single(option);
+            const QString value = given.single(option);
+            host.curve.values[option] =
+                option.endsWith(QLatin1String("-file")) ? QDir(folder).filePath(value) : value;
         }
     }
     if (host.curve.any()) {

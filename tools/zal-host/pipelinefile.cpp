@@ -1,6 +1,7 @@
 #include "pipelinefile.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include "zal/transport/constants.h"
 #include "zaltools/commandparser.h"
@@ -43,7 +44,7 @@ QString PipelineFile::checkHostLine(const QStringList& words) {
         return QStringLiteral("host lines belong at the top, before the first command");
     }
     try {
-        table.add(words);
+        table.add(words, QFileInfo(path).absolutePath());
     } catch (const zaltools::UsageError& e) {
         return QString::fromUtf8(e.what());
     }

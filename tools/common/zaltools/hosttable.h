@@ -32,8 +32,9 @@ public:
     // "FILE:LINE: reason", or "FILE: reason" when the file cannot be read.
     static HostTable readFile(const QString& path);
 
-    // Throws UsageError with the reason when the line cannot be used or its name is taken.
-    void add(const QStringList& words);
+    // Throws UsageError with the reason when the line cannot be used or its name is taken. Relative
+    // key file names are taken from `folder`, the folder of the file that holds the line.
+    void add(const QStringList& words, const QString& folder);
 
     // Null for a name not in the table; `name` is given without its '@'.
     const HostEntry* find(const QString& name) const;
