@@ -68,7 +68,7 @@ const char* const namesAndStatuses =
     "  3   time-out: nothing answers at the endpoint, or the group, name service or\n"
     "      processor asked exists but did not answer in time (busy)\n"
     "  64  usage error: unknown command or option, missing or bad argument, bad endpoint,\n"
-    "      a CURVE key or key file that cannot be used\n"
+    "      a CURVE key or key file that cannot be used, a hosts file mistake, an unknown @NAME\n"
     "  73  keygen could not write a key file\n"
     "\n";
 
