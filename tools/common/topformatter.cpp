@@ -96,6 +96,7 @@ QJsonObject flowJson(const TopRow& row, bool in) {
                        {QStringLiteral("megabytesPerSecond"), orNull(rates, bytesPerSecond / 1e6)}};
 }
 
+// Only the input has them: a producer's socket refuses through its host's ZAP handler, which traces.
 QJsonObject refusalsJson(const TopRow& row, QJsonObject in) {
     const ProcessorStatus* status = row.sample.status ? &*row.sample.status : nullptr;
     in.insert(QStringLiteral("refused"), orNull(status, status ? static_cast<double>(status->refused) : 0));

@@ -15,11 +15,11 @@ namespace zal {
 
 class PluginManager;
 
-// Construction starts the ZAP handler when the router options ask for CURVE, then the router (both
-// of its endpoints bound) and then the group manager, each
-// start blocking until the service is initialised; it throws ThreadError or SocketError when a
-// service fails to start, after stopping what had started. Destruction stops the group manager
-// first (and with it every group and processor), then the router.
+// Construction starts the ZAP handler when the router options or the data streams ask for CURVE, then the
+// router (both of its endpoints bound) and then the group manager, each start blocking until the service is
+// initialised; it throws ThreadError or SocketError when a service fails to start, after stopping what had
+// started. Destruction stops the group manager first (and with it every group and processor), then the
+// router.
 class Environment {
 public:
     // Processors come from a plug-in manager over the application directory and ZAL_PLUGIN_PATH.
