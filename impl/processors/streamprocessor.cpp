@@ -105,7 +105,7 @@ bool StreamProcessor::initialize() {
     if (hasOutputStream()) {
         outputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::pub);
         output = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
-        DataStreamInitializer(getEndpointString(), name, *getNameServiceClient())
+        DataStreamInitializer(getEndpointString(), name, *getNameServiceClient(), getDataCurve())
             .initialize(*outputSocket, processor.GetDataStream().front());
         streamRegistered = true;
         const QString stream = QString::fromStdString(getDataStreamName());
