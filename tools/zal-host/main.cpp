@@ -1,6 +1,5 @@
 // zal-host: loads libzal, starts it through its C entry points and runs until told to stop.
 #include <dlfcn.h>
-#include <sys/resource.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -15,6 +14,7 @@
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
 #include "typelisting.h"
+#include "zal/host/descriptorlimit.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
 #include "zal/platform/idllinstance.h"
@@ -62,16 +62,6 @@ struct Library {
         return true;
     }
 };
-
-// Every ZeroMQ socket holds descriptors; with the usual soft limit of 1024 a hundred or so
-// processors exhaust it long before the context's 4095 sockets, so the host takes what it may.
-void raiseDescriptorLimit() {
-    struct rlimit limit = {};
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
-        limit.rlim_cur = limit.rlim_max;
-        setrlimit(RLIMIT_NOFILE, &limit);
-    }
-}
 
 // Loopback only: 127.0.0.0/8 and ::1, as ZeroMQ reports a bound address (tcp://HOST:PORT).
 bool isLoopbackTcp(const QString& endpoint) {
@@ -270,7 +260,7 @@ int main(int argc, char** argv) {
         return *status;
     }
 
-    raiseDescriptorLimit();
+    zal::DescriptorLimit::raise();
     Library library;
     QString loadError;
     if (!library.load(loadError)) {
