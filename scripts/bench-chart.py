@@ -112,7 +112,8 @@ def ratios(runs):
 
 def svg(rows, run_count):
     width, left, bar_height, gap, top = 760, 260, 22, 10, 50
-    scale_max = max(1.5, max(ratio for _, ratio, *_ in rows) * 1.1)
+    # Past 4 a bar only says "far off"; its number tells how far, and the ticks stay readable.
+    scale_max = min(4.0, max(1.5, max(ratio for _, ratio, *_ in rows) * 1.1))
     plot = width - left - 40
     height = top + len(rows) * (bar_height + gap) + 50
     x = lambda value: left + plot * min(value, scale_max) / scale_max
