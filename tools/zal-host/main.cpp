@@ -215,7 +215,7 @@ std::optional<int> check(const Options& options, PipelineFile& pipeline, QTextSt
 
 // Runs the pipeline, then the event loop until a signal or the duration; the exit status.
 int serve(QCoreApplication& app, const std::string& frontend, const Options& options,
-          const PipelineFile& pipeline, QTextStream& out, QTextStream& err) {
+          const PipelineFile& pipeline, const bool& stopping, QTextStream& out, QTextStream& err) {
     // Destroyed on return: its sockets must be closed before the context goes, or terminating
     // the context waits forever.
     PipelineRunner runner(frontend, out);
@@ -224,15 +224,12 @@ int serve(QCoreApplication& app, const std::string& frontend, const Options& opt
         err << "zal-host: " << error << "\n";
         return PipelineFailed;
     }
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
-        out << "\nzal-host: signal " << number << ", stopping\n";
-        QCoreApplication::quit();
-    });
     if (options.seconds > 0) {
         QTimer::singleShot(static_cast<int>(options.seconds * 1000), &app, &QCoreApplication::quit);
     }
-    app.exec();
+    if (!stopping) {
+        app.exec();
+    }
     runner.printSummaries();
     return Ok;
 }
@@ -261,6 +258,16 @@ int main(int argc, char** argv) {
     }
 
     zal::DescriptorLimit::raise();
+    // Caught from before the start on: whoever waits for the frontend line may stop the host at
+    // once, and the signal's default action would end it without a clean stop. A signal that
+    // arrives before the event loop runs is served when it starts.
+    SignalWatcher signalWatcher;
+    bool stopping = false;
+    QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
+        out << "\nzal-host: signal " << number << ", stopping\n";
+        stopping = true;
+        QCoreApplication::quit();
+    });
     Library library;
     QString loadError;
     if (!library.load(loadError)) {
@@ -273,7 +280,7 @@ int main(int argc, char** argv) {
         library.destroy(instance);
         return StartFailed;
     }
-    const int status = serve(app, ownFrontend(instance, out, err), options, pipeline, out, err);
+    const int status = serve(app, ownFrontend(instance, out, err), options, pipeline, stopping, out, err);
     instance->Shutdown();
     library.destroy(instance);
     zal::Context::Instance().aboutToTerminate();
