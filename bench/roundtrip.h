@@ -11,8 +11,9 @@
 #include <vector>
 #include <zmq.hpp>
 
-#include "zal/transport/context.h"
+#include "quantile.h"
 #include "zal/msg/controlmessagehelper.h"
+#include "zal/transport/context.h"
 #include "zal/transport/zmqhelper.h"
 
 namespace zalbench {
@@ -39,11 +40,6 @@ inline std::vector<zmq::message_t> receiveAll(zmq::socket_t& socket) {
         (void)socket.recv(frames.back());
     } while (frames.back().more());
     return frames;
-}
-
-// Sorted samples in; the value below which the given fraction of them lies.
-inline double quantile(const std::vector<double>& sorted, double fraction) {
-    return sorted[std::min(sorted.size() - 1, static_cast<size_t>(double(sorted.size()) * fraction))];
 }
 
 // Strict request/reply from a DEALER: send, wait for the reply, repeat; latencies per round trip.

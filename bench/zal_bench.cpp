@@ -16,6 +16,7 @@
 #include <set>
 #include <string>
 
+#include "zal/host/descriptorlimit.h"
 #include "zal/host/environment.h"
 #include "zalbench/cases.h"
 #include "zalbench/client.h"
@@ -57,6 +58,12 @@ double sharedEnvironmentCases(QCoreApplication& app, const CaseFilter& cases, do
     if (cases.wanted("lifecycle")) {
         lifeCycle(client, 200);
     }
+    if (cases.wanted("latency")) {
+        latency(client, seconds * 2);
+    }
+    if (cases.wanted("fanout")) {
+        fanOut(client, seconds);
+    }
     return bridgeRate;
 }
 
@@ -69,6 +76,16 @@ void bridgeRows(double bridgeRate, double seconds) {
     table.push_back({"qtbridge_64B glib loop vs drain-after-poll", glib, drain, "msg/s"});
 }
 
+void peer(double seconds, int roundTrips) {
+#ifdef ZALBENCH_NNG
+    nngPeer(seconds, roundTrips);
+#else
+    (void)seconds;
+    (void)roundTrips;
+    std::printf("# nng: left out, this build found no NNG (libnng-dev)\n");
+#endif
+}
+
 void allCases(QCoreApplication& app, const CaseFilter& cases, double seconds, int roundTrips) {
     const double bridgeRate = sharedEnvironmentCases(app, cases, seconds);
     if (cases.wanted("qtbridge")) {
@@ -77,6 +94,9 @@ void allCases(QCoreApplication& app, const CaseFilter& cases, double seconds, in
     if (cases.wanted("control")) {
         control("inproc", "inproc://bench/frontend", "inproc://bench/raw-frontend", roundTrips);
         control("tcp", "tcp://127.0.0.1:*", "tcp://127.0.0.1:*", roundTrips);
+    }
+    if (cases.wanted("nng")) {
+        peer(seconds, roundTrips);
     }
     if (cases.wanted("scale")) {
         scale(5000);
@@ -102,6 +122,7 @@ int main(int argc, char** argv) {
         qputenv("QT_NO_GLIB", "1");
     }
     QCoreApplication app(argc, argv);  // the plug-in manager looks beside the executable
+    std::printf("# descriptor limit %lld\n", zal::DescriptorLimit::raise());
     try {
         if (argc > 1 && std::string(argv[1]) == "soak") {
             soak(argc > 2 ? std::atof(argv[2]) : 60.0);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages zal needs to build, test and benchmark, and the npm package the MCAP
-# test reads recordings with (@mcap/core, into tests/mcap/node_modules); a second run only checks.
+# Installs the Debian packages zal needs to build, test and benchmark (NNG only as the peer the
+# benchmark measures beside zal), and the npm package the MCAP test reads recordings with
+# (@mcap/core, into tests/mcap/node_modules); a second run only checks.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 
@@ -10,6 +11,7 @@ packages=(
   qt6-base-dev qt6-charts-dev libqt6opengl6-dev xvfb xauth
   libboost-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libnng-dev
   python3 python3-zmq python3-pytest python3-venv python3-pip python3-setuptools python3-wheel
   clang libclang-rt-14-dev
   gcovr

@@ -2,6 +2,8 @@
 // the streaming figures compare zal with raw libzmq and not payload making with a preset buffer.
 #pragma once
 
+#include <chrono>
+
 #include "zal/processors/plugin.h"
 #include "zal/processors/processorinfo.h"
 #include "zal/processors/streamprocessor.h"
@@ -9,7 +11,9 @@
 namespace zalbench {
 
 // Publishes one preset payload of "size" bytes (topic "demo") as fast as it can from creation on,
-// in bounded batches so that control requests are still served between them.
+// in bounded batches so that control requests are still served between them. A "rate" above zero
+// paces it to that many messages per second instead, each stamped with the send time (steady
+// clock, nanoseconds, in its first eight bytes) for a zalbench.Latency to read.
 class Source : public zal::StreamProcessor {
 public:
     explicit Source(const zal::ProcessorInfo& info);
@@ -25,11 +29,16 @@ protected:
     bool getParameterList(QStringList& names) override;
 
 private:
+    using Clock = std::chrono::steady_clock;
     void publishBatch();
+    void publishDue();
+    bool setRate(const QString& value);
 
     QByteArray topic = "demo";
     QByteArray payload = QByteArray(64, 'a');
     qint64 sent = 0;
+    int rate = 0;
+    Clock::time_point nextDue;
 };
 
 class BenchPlugin : public zal::Plugin {

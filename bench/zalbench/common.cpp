@@ -10,6 +10,7 @@ namespace zalbench {
 const std::string manager = zal::internalAddressPrefixDefault;
 
 std::vector<Row> table;
+std::map<std::string, double> figures;
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -20,6 +21,7 @@ double microsecondsSince(Clock::time_point start) {
 }
 
 void line(const std::string& name, double value, const char* unit) {
+    figures[name] = value;
     std::printf("%s %.1f %s\n", name.c_str(), value, unit);
     std::fflush(stdout);
 }

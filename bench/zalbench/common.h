@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,10 @@ constexpr int windows = 3;
 double secondsSince(Clock::time_point start);
 double microsecondsSince(Clock::time_point start);
 
-// One "case value unit" line on standard output, flushed at once.
+// One "case value unit" line on standard output, flushed at once; the value is kept in `figures`
+// for later cases that compare with it.
 void line(const std::string& name, double value, const char* unit);
+extern std::map<std::string, double> figures;
 
 // A row of the closing table; raw is zero where raw libzmq has nothing of the same shape.
 struct Row {

@@ -4,12 +4,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <numeric>
 #include <stdexcept>
 #include <vector>
 
 #include "cases.h"
 #include "common.h"
 #include "group.h"
+#include "zal/host/descriptorlimit.h"
 #include "zal/host/environment.h"
 #include "zal/msg/controlmessagehelper.h"
 #include "zal/transport/context.h"
@@ -79,33 +81,81 @@ bool createUntilRefused(Client& client, Group& group, int cap, std::vector<doubl
 
 struct ScaleFigures {
     double count;
-    double allSeconds;
     double files;
     double rss;
     double deleteSeconds;
 };
 
-void reportScale(std::vector<double>& starts, bool refused, const QString& refusal, const ScaleFigures& f) {
-    std::sort(starts.begin(), starts.end());
-    std::printf("# scale: create number %zu %s\n", starts.size() + 1,
-                refused ? ("refused: " + refusal).toUtf8().constData() : "was not refused within the cap");
+// Which limit a refused create met: libzmq reports both a full context and a process out of
+// descriptors as EMFILE, "Too many open files".
+std::string limitMet(const QString& refusal) {
+    if (!refusal.contains(QStringLiteral("Too many open files"))) {
+        return "";
+    }
+    const long long soft = zal::DescriptorLimit::soft();
+    if (openFiles() + 16 >= soft) {
+        return " (the process's descriptor limit of " + std::to_string(soft) + "; raise `ulimit -n`)";
+    }
+    return " (the ZeroMQ context's limit of " +
+           std::to_string(zal::Context::getZMQContext()->get(zmq::ctxopt::max_sockets)) + " sockets)";
+}
+
+// The median create time from the `from`th processor up to the `to`th.
+double createMedian(const std::vector<double>& starts, size_t from, size_t to) {
+    if (starts.size() <= from) {
+        return 0;
+    }
+    std::vector<double> part(starts.begin() + long(from), starts.begin() + long(std::min(to, starts.size())));
+    std::sort(part.begin(), part.end());
+    return quantile(part, 0.5);
+}
+
+void reportScale(const std::vector<double>& starts, bool refused, const QString& refusal,
+                 const ScaleFigures& f) {
+    std::printf("# scale: create number %zu %s%s\n", starts.size() + 1,
+                refused ? ("refused: " + refusal).toUtf8().constData() : "was not refused within the cap",
+                limitMet(refusal).c_str());
+    std::vector<double> sorted = starts;
+    std::sort(sorted.begin(), sorted.end());
     const struct {
         const char* name;
         double value;
         const char* unit;
-    } figures[] = {{"scale_processors", f.count, "processors"},
-                   {"scale_create_p50", quantile(starts, 0.5), "us"},
-                   {"scale_create_p99", quantile(starts, 0.99), "us"},
-                   {"scale_create_all", f.allSeconds, "s"},
-                   {"scale_fds_per_processor", f.files / f.count, "fds"},
-                   {"scale_context_socket_limit",
-                    double(zal::Context::getZMQContext()->get(zmq::ctxopt::max_sockets)), "sockets"},
-                   {"scale_rss_per_processor", f.rss / f.count, "KiB"},
-                   {"scale_group_delete", f.deleteSeconds, "s"}};
-    for (const auto& figure : figures) {
-        line(figure.name, figure.value, figure.unit);
-        table.push_back({figure.name, figure.value, 0, figure.unit});
+    } rows[] = {{"scale_processors", f.count, "processors"},
+                {"scale_create_p50", quantile(sorted, 0.5), "us"},
+                {"scale_create_p99", quantile(sorted, 0.99), "us"},
+                {"scale_create_p50_1_100", createMedian(starts, 0, 100), "us"},
+                {"scale_create_p50_101_500", createMedian(starts, 100, 500), "us"},
+                {"scale_create_p50_501_end", createMedian(starts, 500, starts.size()), "us"},
+                {"scale_create_all", std::accumulate(starts.begin(), starts.end(), 0.0) / 1e6, "s"},
+                {"scale_fds_per_processor", f.files / f.count, "fds"},
+                {"scale_context_socket_limit",
+                 double(zal::Context::getZMQContext()->get(zmq::ctxopt::max_sockets)), "sockets"},
+                {"scale_rss_per_processor", f.rss / f.count, "KiB"},
+                {"scale_group_delete", f.deleteSeconds, "s"}};
+    for (const auto& row : rows) {
+        line(row.name, row.value, row.unit);
+        table.push_back({row.name, row.value, 0, row.unit});
     }
+}
+
+// Strict round trips to the group's first processor while `count` exist: the round with the best
+// median of four, so that a round disturbed from outside does not stand for the curve.
+void roundTripsAt(Client& client, Group& group, int count) {
+    const QByteArray destination = ControlMessageHelper::makeIdentity(group.at("p0"));
+    const QByteArray payload =
+        ControlMessageHelper::toPayload(ControlMessageHelper::makeGetParameterMessage("messages"));
+    measureRoundTrips(client.raw(), destination, payload, 200);
+    RoundTrips best{0, 1e300, 0};
+    for (int round = 0; round < 4; ++round) {
+        const RoundTrips r = measureRoundTrips(client.raw(), destination, payload, 1000);
+        best = r.p50us < best.p50us ? r : best;
+    }
+    const std::string name = "scale_roundtrip_at_" + std::to_string(count);
+    line(name + "_p50", best.p50us, "us");
+    line(name + "_p99", best.p99us, "us");
+    table.push_back({name + " p50", best.p50us, 0, "us"});
+    table.push_back({name + " p99", best.p99us, 0, "us"});
 }
 
 }  // namespace
@@ -125,6 +175,7 @@ void control(const std::string& transport, const std::string& zalFrontend, const
     const Message request = ControlMessageHelper::makeGetParameterMessage("messages");
     client.succeed(group.at("idle"), request);
     const int replySize = client.lastReplySize;
+    line("control_reply_size", replySize, "bytes");
     const QByteArray destination = ControlMessageHelper::makeIdentity(group.at("idle"));
     const QByteArray payload = ControlMessageHelper::toPayload(request);
     RawSwitchboard board(rawFrontend);
@@ -177,20 +228,26 @@ void scale(int cap) {
     auto group = std::make_unique<Group>(client, "scale");
     const long long filesBefore = openFiles(), rssBefore = procStatusKiB("VmRSS:");
     std::vector<double> starts;
-    const auto begin = Clock::now();
     QString refusal;
-    const bool refused = createUntilRefused(client, *group, cap, starts, refusal);
-    ScaleFigures figures{};
-    figures.allSeconds = secondsSince(begin);
-    figures.count = double(starts.size());
-    figures.files = double(openFiles() - filesBefore);
-    figures.rss = double(procStatusKiB("VmRSS:") - rssBefore);
+    bool refused = false;
+    for (const int count : {1, 100, 500}) {
+        refused = createUntilRefused(client, *group, count, starts, refusal);
+        if (refused) {
+            break;
+        }
+        roundTripsAt(client, *group, count);
+    }
+    refused = refused || createUntilRefused(client, *group, cap, starts, refusal);
+    ScaleFigures f{};
+    f.count = double(starts.size());
+    f.files = double(openFiles() - filesBefore);
+    f.rss = double(procStatusKiB("VmRSS:") - rssBefore);
     // A full environment must still serve what exists.
     client.succeed(group->at("p0"), ControlMessageHelper::makeGetParameterMessage("messages"));
     const auto deleting = Clock::now();
     group.reset();
-    figures.deleteSeconds = secondsSince(deleting);
-    reportScale(starts, refused, refusal, figures);
+    f.deleteSeconds = secondsSince(deleting);
+    reportScale(starts, refused, refusal, f);
     if (!refused) {
         throw std::runtime_error("no create was refused within " + std::to_string(cap) + " processors");
     }

@@ -32,14 +32,19 @@ std::string Group::endpoint() const {
 }
 
 std::string Group::streamAddress(const std::string& processor) const {
-    return "inproc://bench/" + name + "/" + processor;
+    const auto named = addresses.find(processor);
+    return named != addresses.end() ? named->second : "inproc://bench/" + name + "/" + processor;
 }
 
 void Group::create(const std::string& type, const std::string& processor) {
-    client.succeed(
-        endpoint(),
-        ControlMessageHelper::makeCreateProcessorMessage(
-            type, processor, ControlMessageHelper::makeProcessorConfig(processor, streamAddress(processor))));
+    create(type, processor, streamAddress(processor));
+}
+
+void Group::create(const std::string& type, const std::string& processor, const std::string& address) {
+    client.succeed(endpoint(),
+                   ControlMessageHelper::makeCreateProcessorMessage(
+                       type, processor, ControlMessageHelper::makeProcessorConfig(processor, address)));
+    addresses[processor] = address;
 }
 
 void Group::remove(const std::string& processor) {
@@ -52,6 +57,12 @@ void Group::connect(const std::string& to, const std::string& from) {
 
 void Group::set(const std::string& processor, const std::string& parameter, const std::string& value) {
     client.succeed(at(processor), ControlMessageHelper::makeSetParameterMessage(parameter, value));
+}
+
+double Group::real(const std::string& processor, const std::string& parameter) {
+    return client.succeed(at(processor), ControlMessageHelper::makeGetParameterMessage(parameter))
+        .GetParameter()
+        .toDouble();
 }
 
 long long Group::number(const std::string& processor, const std::string& parameter) {

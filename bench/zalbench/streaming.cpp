@@ -11,40 +11,13 @@
 #include "cases.h"
 #include "common.h"
 #include "group.h"
+#include "rawpublisher.h"
 #include "zal/host/environment.h"
 #include "zal/transport/context.h"
 
 namespace zalbench {
 
 namespace {
-
-// The publisher runs flat out and drops at its high-water mark, as zal's does, so both sides
-// count what arrives in a window rather than what was sent.
-class RawPublisher {
-public:
-    RawPublisher(zmq::socket_t& publisher, size_t payloadSize)
-        : sender([this, &publisher, payloadSize] { run(publisher, payloadSize); }) {}
-    ~RawPublisher() {
-        stop = true;
-        sender.join();
-    }
-    RawPublisher(const RawPublisher&) = delete;
-    RawPublisher& operator=(const RawPublisher&) = delete;
-
-private:
-    void run(zmq::socket_t& publisher, size_t payloadSize) {
-        const QByteArray topic = "demo";
-        const QByteArray payload(qsizetype(payloadSize), 'a');
-        while (!stop) {
-            publisher.send(zmq::const_buffer(topic.constData(), size_t(topic.size())),
-                           zmq::send_flags::sndmore);
-            publisher.send(zmq::const_buffer(payload.constData(), payloadSize), zmq::send_flags::none);
-        }
-    }
-
-    std::atomic<bool> stop{false};
-    std::thread sender;
-};
 
 // Messages received per second in the best of the windows, one message per poll or all that
 // are queued after each poll.

@@ -1,6 +1,7 @@
 // zal-host as a user runs it: a temporary configuration, a pipeline, zalctl against it, signals.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -572,4 +573,29 @@ TEST_F(ZalHost, TopShowsTheLossGraphTheEdgesAndEveryJsonAnswerParses) {
     EXPECT_EQ(answers["create"]["result"], "Usage");
     EXPECT_EQ(answers["top g --once"]["value"].toObject()["processors"].toArray().size(), 4);
     EXPECT_EQ(host.terminate(), 0) << host.output().toStdString();
+}
+
+// A user's usual soft limit of 1024 descriptors would end a host at about a hundred processors;
+// the host takes the hard limit at start. The test lowers its own soft limit, which the host inherits.
+TEST_F(ZalHost, RaisesItsSoftDescriptorLimitToTheHardLimit) {
+    struct rlimit own = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &own), 0);
+    if (own.rlim_max <= 256) {
+        GTEST_SKIP() << "the hard limit leaves nothing to raise";
+    }
+    struct rlimit lowered = own;
+    lowered.rlim_cur = 256;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &lowered), 0);
+    RunningProgram host("zal-host", {"--listen", "tcp://127.0.0.1:*"});
+    setrlimit(RLIMIT_NOFILE, &own);
+    ASSERT_FALSE(frontendOf(host).isEmpty()) << host.output().toStdString();
+    QFile limits(QString("/proc/%1/limits").arg(host.processId()));
+    ASSERT_TRUE(limits.open(QIODevice::ReadOnly));
+    const QString openFiles =
+        QString::fromLatin1(limits.readAll()).section("Max open files", 1, 1).section('\n', 0, 0);
+    const QStringList softAndHard = openFiles.split(' ', Qt::SkipEmptyParts);
+    ASSERT_GE(softAndHard.size(), 2) << openFiles.toStdString();
+    EXPECT_EQ(softAndHard[0], softAndHard[1]);
+    EXPECT_EQ(softAndHard[1].toULongLong(), own.rlim_max);
+    EXPECT_EQ(host.terminate(), 0);
 }

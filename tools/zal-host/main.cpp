@@ -1,6 +1,5 @@
 // zal-host: loads libzal, starts it through its C entry points and runs until told to stop.
 #include <dlfcn.h>
-#include <sys/resource.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -15,6 +14,7 @@
 #include "pipelinerunner.h"
 #include "signalwatcher.h"
 #include "typelisting.h"
+#include "zal/host/descriptorlimit.h"
 #include "zal/host/environment.h"
 #include "zal/host/environmentdll.h"
 #include "zal/platform/idllinstance.h"
@@ -62,16 +62,6 @@ struct Library {
         return true;
     }
 };
-
-// Every ZeroMQ socket holds descriptors; with the usual soft limit of 1024 a hundred or so
-// processors exhaust it long before the context's 4095 sockets, so the host takes what it may.
-void raiseDescriptorLimit() {
-    struct rlimit limit = {};
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
-        limit.rlim_cur = limit.rlim_max;
-        setrlimit(RLIMIT_NOFILE, &limit);
-    }
-}
 
 // Loopback only: 127.0.0.0/8 and ::1, as ZeroMQ reports a bound address (tcp://HOST:PORT).
 bool isLoopbackTcp(const QString& endpoint) {
@@ -226,7 +216,7 @@ std::optional<int> check(const Options& options, PipelineFile& pipeline, QTextSt
 
 // Runs the pipeline, then the event loop until a signal or the duration; the exit status.
 int serve(QCoreApplication& app, const std::string& frontend, const Options& options,
-          const PipelineFile& pipeline, QTextStream& out, QTextStream& err) {
+          const PipelineFile& pipeline, const bool& stopping, QTextStream& out, QTextStream& err) {
     // Destroyed on return: its sockets must be closed before the context goes, or terminating
     // the context waits forever.
     PipelineRunner runner(frontend, pipeline.hosts(), out);
@@ -235,15 +225,12 @@ int serve(QCoreApplication& app, const std::string& frontend, const Options& opt
         err << "zal-host: " << error << "\n";
         return PipelineFailed;
     }
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
-        out << "\nzal-host: signal " << number << ", stopping\n";
-        QCoreApplication::quit();
-    });
     if (options.seconds > 0) {
         QTimer::singleShot(static_cast<int>(options.seconds * 1000), &app, &QCoreApplication::quit);
     }
-    app.exec();
+    if (!stopping) {
+        app.exec();
+    }
     runner.printSummaries();
     return Ok;
 }
@@ -271,7 +258,17 @@ int main(int argc, char** argv) {
         return *status;
     }
 
-    raiseDescriptorLimit();
+    zal::DescriptorLimit::raise();
+    // Caught from before the start on: whoever waits for the frontend line may stop the host at
+    // once, and the signal's default action would end it without a clean stop. A signal that
+    // arrives before the event loop runs is served when it starts.
+    SignalWatcher signalWatcher;
+    bool stopping = false;
+    QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &app, [&](int number) {
+        out << "\nzal-host: signal " << number << ", stopping\n";
+        stopping = true;
+        QCoreApplication::quit();
+    });
     Library library;
     QString loadError;
     if (!library.load(loadError)) {
@@ -284,7 +281,7 @@ int main(int argc, char** argv) {
         library.destroy(instance);
         return StartFailed;
     }
-    const int status = serve(app, ownFrontend(instance, out, err), options, pipeline, out, err);
+    const int status = serve(app, ownFrontend(instance, out, err), options, pipeline, stopping, out, err);
     instance->Shutdown();
     library.destroy(instance);
     zal::Context::Instance().aboutToTerminate();
