@@ -16,6 +16,7 @@ packages=(
   graphviz
   nodejs
   bash-completion
+  iproute2 tcpdump
 )
 
 missing=()
