@@ -27,8 +27,8 @@ def wait_until(condition, bound_s, what):
         time.sleep(0.1)
 
 
-def frontend(network, node):
-    return f"tcp://{network.address[node]}:{FRONTEND_PORT}"
+def frontend(address):
+    return f"tcp://{address}:{FRONTEND_PORT}"
 
 
 class Client:
@@ -37,7 +37,7 @@ class Client:
 
     def run(self, node, *args, check=True):
         command = [*self.network.exec_prefix("client"), ZALCTL, "--json",
-                   "-e", frontend(self.network, node), *args]
+                   "-e", frontend(self.network.address[node]), *args]
         done = subprocess.run(command, capture_output=True, text=True, timeout=CTL_BOUND_S)
         if check and done.returncode != 0:
             raise AssertionError(f"{' '.join(args)} at {node}: status {done.returncode}: "
@@ -66,7 +66,7 @@ class Hosts:
     def start(self, node, *extra_args):
         folder = self.folder / node
         folder.mkdir(exist_ok=True)
-        self.running[node] = ZalHost(folder, *extra_args, listen=frontend(self.network, node),
+        self.running[node] = ZalHost(folder, *extra_args, listen=frontend(self.network.address[node]),
                                      prefix=self.network.exec_prefix(node))
         return self.running[node]
 

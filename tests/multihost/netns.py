@@ -55,6 +55,11 @@ def remove_stale():
     return stale
 
 
+def exec_prefix(name):
+    """What runs a command in the namespace `name`."""
+    return ["ip", "netns", "exec", name]
+
+
 def port(node):
     """The switch's side of the node's cable."""
     return "to-" + node
@@ -96,7 +101,7 @@ class Network:
             ip(*command)
 
     def exec_prefix(self, node):
-        return ["ip", "netns", "exec", self.names[node]]
+        return exec_prefix(self.names[node])
 
     def set_link(self, node, up):
         """The node's cable in or out: its side of the switch up or down."""
