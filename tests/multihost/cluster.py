@@ -32,12 +32,15 @@ def frontend(address):
 
 
 class Client:
-    def __init__(self, network):
+    """`options[node]`, when given, go before each command to that node (CURVE keys, say)."""
+
+    def __init__(self, network, options=None):
         self.network = network
+        self.options = options or {}
 
     def run(self, node, *args, check=True):
         command = [*self.network.exec_prefix("client"), ZALCTL, "--json",
-                   "-e", frontend(self.network.address[node]), *args]
+                   "-e", frontend(self.network.address[node]), *self.options.get(node, ()), *args]
         done = subprocess.run(command, capture_output=True, text=True, timeout=CTL_BOUND_S)
         if check and done.returncode != 0:
             raise AssertionError(f"{' '.join(args)} at {node}: status {done.returncode}: "
