@@ -107,4 +107,10 @@ private:
     qsizetype searchFrom = 0;
 };
 
+// The frontend a started zal-host announces, or a null string.
+inline QString frontendOf(RunningProgram& host) {
+    const QString line = host.awaitLine("frontend listening at ");
+    return line.isNull() ? line : line.section(' ', -1);
+}
+
 }  // namespace zaltest

@@ -61,7 +61,7 @@ def host(tmp_path_factory):
 def test_commands_and_options_complete_without_a_host():
     assert complete("cr") == ["create", "create-group"]
     assert complete("--ti") == ["--timeout"]
-    assert complete("connect g1 counter --f") == ["--filter"]
+    assert complete("connect g1 counter --f") == ["--filter", "--from"]
     assert complete("graph --format ") == ["dot", "svg", "text"]
 
 
@@ -77,6 +77,14 @@ def test_names_come_from_the_host_the_command_line_names(host):
     # A name the command creates is not offered, nor a group for a processor's place.
     assert complete("create-group ", endpoint=host.endpoint) == []
     assert complete("delete g2 ", endpoint=host.endpoint) == []
+
+
+def test_host_names_come_from_the_hosts_file(host, tmp_path):
+    hosts = tmp_path / "hosts"
+    hosts.write_text(f"host a {host.endpoint}\n# far away\nhost b tcp://192.0.2.1:5555\n")
+    assert complete(f"--hosts {hosts} -e @") == ["@a", "@b"]
+    assert complete(f"--hosts {hosts} connect g1 counter out --from @") == ["@a", "@b"]
+    assert complete(f"--hosts {hosts} -e @a processors ") == ["g1", "g2"]
 
 
 def test_a_dead_endpoint_does_not_hold_the_shell():

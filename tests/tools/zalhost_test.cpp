@@ -16,16 +16,11 @@
 #include "support/qtprinters.h"
 #include "zal/transport/constants.h"
 
+using zaltest::frontendOf;
 using zaltest::RunningProgram;
 using zaltest::runProgram;
 
 namespace {
-
-// The frontend a started host announces, or a null string.
-QString frontendOf(RunningProgram& host) {
-    const QString line = host.awaitLine("frontend listening at ");
-    return line.isNull() ? line : line.section(' ', -1);
-}
 
 // Topic and data of every message of a recording; one cut short may end in a torn record only where
 // that is allowed.

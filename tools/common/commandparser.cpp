@@ -95,8 +95,6 @@ public:
 
     const QString command;
     const Arguments arguments;
-
-private:
     const std::string& prefix;
 };
 
@@ -263,7 +261,20 @@ void deleteProcessor(const Words& words, Command& command) {
     command.request = ControlMessageHelper::makeDeleteProcessorMessage(words.name("NAME"));
 }
 
-// By the address given, or by the stream's name, resolved at the group's name service first.
+// @NAME[/GROUP]: the host and group whose name service resolves the stream to connect to.
+void fromHost(const QString& command, const QString& value, Command& connect) {
+    if (!value.startsWith(QLatin1Char('@')) || value.size() < 2 || value.startsWith(QLatin1String("@/"))) {
+        fail(QStringLiteral("%1: --from '%2' is not @HOST or @HOST/GROUP.").arg(command, value));
+    }
+    const qsizetype slash = value.indexOf(QLatin1Char('/'));
+    connect.fromHost = value.mid(1, slash < 0 ? -1 : slash - 1);
+    if (slash >= 0) {
+        connect.resolveGroup = checkedName(command, QStringLiteral("GROUP of --from"), value.mid(slash + 1));
+    }
+}
+
+// By the address given, or by the stream's name, resolved at a group's name service first: the
+// consumer's own, or with --from one at another host.
 void connectStream(const Words& words, Command& command) {
     words.address(command, Service::Processor);
     const Arguments& arguments = words.arguments;
@@ -280,13 +291,20 @@ void connectStream(const Words& words, Command& command) {
             command.filters.push_back(str(checkedNonEmpty(words.command, QStringLiteral("--filter"), value)));
         }
     }
+    if (arguments.has(QStringLiteral("--address")) && arguments.has(QStringLiteral("--from"))) {
+        fail(QStringLiteral("connect: give --address or --from, not both."));
+    }
     if (arguments.has(QStringLiteral("--address"))) {
         const QString address = checkedNonEmpty(words.command, QStringLiteral("--address"),
                                                 arguments.single(QStringLiteral("--address")));
         command.request = ControlMessageHelper::makeConnectStreamMessage(str(command.streamName),
                                                                          str(address), command.filters);
     } else {
-        command.resolveAt = words.nameService();
+        command.resolveGroup = command.group;
+        if (arguments.has(QStringLiteral("--from"))) {
+            fromHost(words.command, arguments.single(QStringLiteral("--from")), command);
+        }
+        command.resolveAt = Endpoints::getNameServiceEndpoint(str(command.resolveGroup), words.prefix);
         command.request = ControlMessageHelper::makeResolveStreamMessage(str(command.streamName));
     }
 }
@@ -379,8 +397,9 @@ const Syntax syntaxTable[] = {
      {"GROUP", "PROCESSOR"},
      {"STREAM"},
      false,
-     {"--stream-name", "--address", "--filter"},
-     "connect GROUP PROCESSOR (STREAM | --stream-name STREAM) [--address ADDR] [--filter TOPIC]...",
+     {"--stream-name", "--address", "--from", "--filter"},
+     "connect GROUP PROCESSOR (STREAM | --stream-name STREAM) [--address ADDR | --from @HOST[/GROUP]] "
+     "[--filter TOPIC]...",
      connectStream},
     {"start", {"GROUP", "PROCESSOR", "STREAM"}, {}, false, {}, "start GROUP PROCESSOR STREAM", startStream},
     {"stop", {"GROUP", "PROCESSOR", "STREAM"}, {}, false, {}, "stop GROUP PROCESSOR STREAM", stopStream},

@@ -65,9 +65,17 @@ CommandResult CommandRunner::execute(const QStringList& words) {
 }
 
 CommandResult CommandRunner::execute(const Command& command) {
+    return execute(command, nullptr);
+}
+
+CommandResult CommandRunner::execute(const Command& command, const Elsewhere& elsewhere) {
+    return execute(command, &elsewhere);
+}
+
+CommandResult CommandRunner::execute(const Command& command, const Elsewhere* elsewhere) {
     CommandResult result;
     QVector<ParameterDescription> described;
-    const bool answered = attempt(command, result, described);
+    const bool answered = attempt(command, result, described, elsewhere);
     switch (formOf(command)) {
         case Form::Json:
             result.text = answered ? JsonReply::ofReply(result.reply, command.presentation)
@@ -92,9 +100,16 @@ Form CommandRunner::formOf(const Command& command) const {
 }
 
 bool CommandRunner::attempt(const Command& command, CommandResult& result,
-                            QVector<ParameterDescription>& described) {
+                            QVector<ParameterDescription>& described, const Elsewhere* elsewhere) {
     try {
-        if (!connect(result)) {
+        if (!command.fromHost.isEmpty() && elsewhere == nullptr) {
+            result.outcome = Outcome::BadUsage;
+            result.text =
+                QStringLiteral("connect: --from @%1 needs a host of that name.").arg(command.fromHost);
+            return false;
+        }
+        // Across hosts the consumer's host is reached only once the stream is known to be reachable.
+        if (elsewhere == nullptr && !connect(result)) {
             return false;
         }
         if (command.resolveAt.empty()) {
@@ -102,7 +117,7 @@ bool CommandRunner::attempt(const Command& command, CommandResult& result,
             if (result.outcome == Outcome::NoReply) {
                 explainSilence(command.destination, command.service, command, result);
             }
-        } else if (!connectByName(command, result)) {
+        } else if (!connectByName(command, result, elsewhere)) {
             return false;
         }
         if (result.outcome != Outcome::Replied) {
@@ -155,25 +170,40 @@ bool CommandRunner::connect(CommandResult& result) {
     }
 }
 
-bool CommandRunner::connectByName(const Command& command, CommandResult& result) {
-    ask(command.resolveAt, command.request, result);
+bool CommandRunner::connectByName(const Command& command, CommandResult& result, const Elsewhere* elsewhere) {
+    CommandRunner& resolver = elsewhere != nullptr ? elsewhere->resolver : *this;
+    if (!resolver.connect(result)) {
+        return false;
+    }
+    resolver.ask(command.resolveAt, command.request, result);
     if (result.outcome == Outcome::NoReply) {
-        explainSilence(command.resolveAt, Service::NameService, command, result);
+        Command resolving = command;
+        resolving.group = command.resolveGroup;
+        resolver.explainSilence(command.resolveAt, Service::NameService, resolving, result);
     }
     if (result.outcome != Outcome::Replied || result.status() != ExitStatus::Success) {
         result.text = QStringLiteral("Cannot resolve stream '%1': %2").arg(command.streamName, result.text);
         return false;
     }
     const QVector<QString> addresses = result.reply.GetStreamAddresses();
-    if (addresses.isEmpty()) {
+    QString reason;
+    const std::optional<QString> address =
+        elsewhere == nullptr || addresses.isEmpty()
+            ? addresses.value(0)
+            : elsewhere->reach.choose(command.streamName, addresses, reason);
+    if (addresses.isEmpty() || !address) {
         result.outcome = Outcome::NoStreamAddress;
         result.text =
-            QStringLiteral("Cannot resolve stream '%1': it has no address.").arg(command.streamName);
+            QStringLiteral("Cannot resolve stream '%1': it has no address").arg(command.streamName) +
+            (reason.isEmpty() ? QStringLiteral(".") : QStringLiteral(" to connect to (%1)").arg(reason));
+        return false;
+    }
+    if (!connect(result)) {
         return false;
     }
     ask(command.destination,
         zal::ControlMessageHelper::makeConnectStreamMessage(command.streamName.toStdString(),
-                                                            addresses.front().toStdString(), command.filters),
+                                                            address->toStdString(), command.filters),
         result);
     if (result.outcome == Outcome::NoReply) {
         explainSilence(command.destination, command.service, command, result);

@@ -228,7 +228,7 @@ int serve(QCoreApplication& app, const std::string& frontend, const Options& opt
           const PipelineFile& pipeline, QTextStream& out, QTextStream& err) {
     // Destroyed on return: its sockets must be closed before the context goes, or terminating
     // the context waits forever.
-    PipelineRunner runner(frontend, out);
+    PipelineRunner runner(frontend, pipeline.hosts(), out);
     QString error;
     if (!runner.run(pipeline, error)) {
         err << "zal-host: " << error << "\n";

@@ -6,21 +6,27 @@ constexpr int watchIntervalMs = 1000;
 constexpr int watchTimeoutMs = 900;
 }  // namespace
 
-ParameterWatch::ParameterWatch(const std::string& frontend, QTextStream& out, QObject* parent)
-    : QObject(parent), runner(frontend, watchTimeoutMs), out(out) {
+ParameterWatch::ParameterWatch(const std::string& frontend, const zaltools::HostTable& hosts,
+                               QTextStream& out, QObject* parent)
+    : QObject(parent), hosts(hosts), out(out) {
+    runners.insert(QString(), std::make_shared<zaltools::CommandRunner>(frontend, watchTimeoutMs));
     connect(&timer, &QTimer::timeout, this, &ParameterWatch::tick);
     timer.start(watchIntervalMs);
 }
 
-void ParameterWatch::add(const zaltools::ParameterPoll& poll) {
-    polls.push_back(poll);
+void ParameterWatch::add(const zaltools::ParameterPoll& poll, const QString& host) {
+    std::shared_ptr<zaltools::CommandRunner>& runner = runners[host];
+    if (!runner) {
+        runner = zaltools::HostTable::runnerFor(*hosts.find(host), watchTimeoutMs);
+    }
+    polls.emplace_back(poll, runner.get());
 }
 
 QStringList ParameterWatch::poll() {
     QStringList lines;
-    for (const zaltools::ParameterPoll& watched : polls) {
+    for (const auto& [watched, runner] : polls) {
         std::optional<zaltools::CommandResult> failed;
-        lines << watched.round(runner, failed);
+        lines << watched.round(*runner, failed);
     }
     return lines;
 }

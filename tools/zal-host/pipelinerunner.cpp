@@ -10,10 +10,11 @@
 
 using zaltools::ExitStatus;
 
-PipelineRunner::PipelineRunner(std::string frontend, QTextStream& out, QObject* parent)
+PipelineRunner::PipelineRunner(std::string frontend, const zaltools::HostTable& hosts, QTextStream& out,
+                               QObject* parent)
     : QObject(parent),
       frontend(std::move(frontend)),
-      runner(this->frontend, zal::socketDefaultTimeout),
+      runners(hosts, {QString(), this->frontend, {}}, QStringLiteral("this host"), zal::socketDefaultTimeout),
       out(out) {}
 
 PipelineRunner::~PipelineRunner() = default;
@@ -22,9 +23,9 @@ bool PipelineRunner::run(const PipelineFile& file, QString& error) {
     for (const PipelineLine& line : file.lines()) {
         QString reason;
         const QString& verb = line.words.front();
-        const bool done = verb == QLatin1String("watch") ? watch(line.words, reason)
+        const bool done = verb == QLatin1String("watch") ? watch(line, reason)
                           : verb == QLatin1String("tap") ? tap(line.words, reason)
-                                                         : runCommand(line.words, reason);
+                                                         : runCommand(line, reason);
         if (!done) {
             error = QStringLiteral("%1: %2").arg(file.place(line), reason);
             return false;
@@ -35,14 +36,16 @@ bool PipelineRunner::run(const PipelineFile& file, QString& error) {
 
 // A reply's first line says which command it answers ("Success  create-group demo"), since a run
 // prints many of them; the raw XML of --xml stays as it travelled, and so does --json's object.
-bool PipelineRunner::runCommand(const QStringList& words, QString& reason) {
-    const zaltools::CommandResult result = runner.execute(words);
+bool PipelineRunner::runCommand(const PipelineLine& line, QString& reason) {
+    const zaltools::CommandResult result = runners.execute(line.host, line.words);
     const ExitStatus status = result.status();
     QString text = result.text;
     if ((status == ExitStatus::Success || status == ExitStatus::Warning) &&
         !text.startsWith(QLatin1Char('<')) && !text.startsWith(QLatin1Char('{'))) {
         const qsizetype end = text.indexOf(QLatin1Char('\n'));
-        text.insert(end < 0 ? text.size() : end, QStringLiteral("  ") + zaltools::LineSplitter::join(words));
+        const QString at = line.host.isEmpty() ? QString() : QLatin1Char('@') + line.host + QLatin1Char(' ');
+        text.insert(end < 0 ? text.size() : end,
+                    QStringLiteral("  ") + at + zaltools::LineSplitter::join(line.words));
     }
     out << text << '\n';
     out.flush();
@@ -53,18 +56,18 @@ bool PipelineRunner::runCommand(const QStringList& words, QString& reason) {
     return true;
 }
 
-bool PipelineRunner::watch(const QStringList& words, QString& reason) {
-    const zaltools::ParameterPoll poll(words);
+bool PipelineRunner::watch(const PipelineLine& line, QString& reason) {
+    const zaltools::ParameterPoll poll(line.words);
     std::optional<zaltools::CommandResult> failed;
-    poll.round(runner, failed);
+    poll.round(*runners.runner(line.host), failed);
     if (failed) {
         reason = failed->text.trimmed();
         return false;
     }
     if (!watches) {
-        watches = std::make_unique<ParameterWatch>(frontend, out);
+        watches = std::make_unique<ParameterWatch>(frontend, runners.table(), out);
     }
-    watches->add(poll);
+    watches->add(poll, line.host);
     return true;
 }
 

@@ -21,6 +21,8 @@
 #include "zaltools/commandrunner.h"
 #include "zaltools/curveoptions.h"
 #include "zaltools/exitstatus.h"
+#include "zaltools/hostrunners.h"
+#include "zaltools/hosttable.h"
 #include "zaltools/jsonreply.h"
 #include "zaltools/optionwords.h"
 #include "zaltools/parameterpoll.h"
@@ -52,7 +54,9 @@ const char* const examples =
 // How names are written and what the exit status means.
 const char* const namesAndStatuses =
     "Names: GROUP and PROCESSOR must not be empty or contain '/'. connect without --address\n"
-    "resolves STREAM at the group's name service and connects to its first address.\n"
+    "resolves STREAM at the group's name service and connects to its first address; with\n"
+    "--from @HOST[/GROUP] at that host's (default: the same group), connecting to a tcp://\n"
+    "address of the stream, a wildcard host replaced by the host part of HOST's endpoint.\n"
     "--source ADDR[:FILTER...]: a TCP address keeps its :PORT, e.g. tcp://127.0.0.1:6000:t1:t2.\n"
     "Option values may also be written --option=VALUE; \"--\" ends the options.\n"
     "\n"
@@ -79,7 +83,9 @@ QString helpText() {
                "for.\n"
                "\n"
                "Options (before COMMAND):\n"
-               "  -e, --endpoint ADDR  the router frontend (default: $ZAL_ENDPOINT, else %1)\n"
+               "  -e, --endpoint ADDR  the router frontend (default: $ZAL_ENDPOINT, else %1);\n"
+               "                       @NAME: a host of the hosts file\n"
+               "      --hosts FILE     lines `host NAME ENDPOINT [CURVE options]` (default: $ZAL_HOSTS)\n"
                "      --timeout MS     how long to wait for each reply, in milliseconds (default %2)\n"
                "      --xml            print the raw reply XML instead (a command may also end in --xml)\n"
                "      --json           print one JSON object instead: {\"result\", \"text\", \"value\"}\n"
@@ -206,6 +212,9 @@ int keygen(const QStringList& words) {
 // What the options before the command set.
 struct Options {
     QString endpoint;
+    QString hostsFile;
+    QString hostName;  // set when the endpoint was given as @NAME
+    zaltools::HostTable hosts;
     int timeoutMs = zal::socketDefaultTimeout;
     bool xml = false;
     bool json = false;
@@ -218,6 +227,7 @@ Options defaultOptions() {
     options.endpoint = fromEnvironment != nullptr && *fromEnvironment != '\0'
                            ? QString::fromLocal8Bit(fromEnvironment)
                            : QString::fromLatin1(defaultEndpoint);
+    options.hostsFile = QString::fromLocal8Bit(qgetenv("ZAL_HOSTS"));
     return options;
 }
 
@@ -232,11 +242,41 @@ std::optional<int> takeOption(const QString& option, const QString& value, Optio
             return usage(
                 QStringLiteral("--timeout '%1' is not a positive number of milliseconds.").arg(value));
         }
+    } else if (option == QLatin1String("--hosts")) {
+        if (value.isEmpty()) {
+            return usage(QStringLiteral("--hosts needs a file name."));
+        }
+        options.hostsFile = value;
     } else if (value.isEmpty()) {
         return usage(QStringLiteral("%1 needs a non-empty endpoint.").arg(option));
     } else {
         options.endpoint = value;
     }
+    return std::nullopt;
+}
+
+// Reads the hosts file and turns an endpoint given as @NAME into that host's endpoint and CURVE
+// options; CURVE options on the command line come on top of the host's.
+std::optional<int> useHosts(Options& options) {
+    try {
+        if (!options.hostsFile.isEmpty()) {
+            options.hosts = zaltools::HostTable::readFile(options.hostsFile);
+        }
+    } catch (const zaltools::UsageError& e) {
+        return usage(QString::fromUtf8(e.what()));
+    }
+    if (!options.endpoint.startsWith(QLatin1Char('@'))) {
+        return std::nullopt;
+    }
+    options.hostName = options.endpoint.mid(1);
+    const zaltools::HostEntry* host = options.hosts.find(options.hostName);
+    if (host == nullptr) {
+        return usage(options.hosts.unknown(options.hostName));
+    }
+    options.endpoint = QString::fromStdString(host->endpoint);
+    zaltools::CurveOptions curve = host->curve;
+    curve.values.insert(options.curve.values);
+    options.curve = curve;
     return std::nullopt;
 }
 
@@ -266,7 +306,7 @@ std::optional<int> readOptions(const QStringList& arguments, Options& options, q
         }
         const qsizetype equals = word.startsWith(QLatin1String("--")) ? word.indexOf(QLatin1Char('=')) : -1;
         const QString option = equals < 0 ? word : word.left(equals);
-        if (!isOption(option, {"-e", "--endpoint", "--timeout"}) &&
+        if (!isOption(option, {"-e", "--endpoint", "--timeout", "--hosts"}) &&
             !isOption(option, zaltools::CurveOptions::names())) {
             return usage(QStringLiteral("unknown option '%1'.").arg(option));
         }
@@ -281,7 +321,7 @@ std::optional<int> readOptions(const QStringList& arguments, Options& options, q
     if (at >= arguments.size()) {
         return usage(QStringLiteral("no command given."));
     }
-    return std::nullopt;
+    return useHosts(options);
 }
 
 // Applies the options' CURVE keys to the runner; an exit status when they cannot be used.
@@ -306,12 +346,18 @@ zaltools::Form formOf(const Options& options) {
     return options.xml ? zaltools::Form::Xml : zaltools::Form::Text;
 }
 
+// Through the hosts of the hosts file, so that connect --from reaches the stream's host.
 int run(const Options& options, const QStringList& words) {
-    zaltools::CommandRunner runner(options.endpoint.toStdString(), options.timeoutMs, formOf(options));
-    if (const std::optional<int> status = useOptions(options, runner)) {
+    zaltools::CommandRunner check(options.endpoint.toStdString(), options.timeoutMs);
+    if (const std::optional<int> status = useOptions(options, check)) {
         return *status;
     }
-    return Console::report(runner.execute(words));
+    const QString label = options.hostName.isEmpty() ? QStringLiteral("the host at %1").arg(options.endpoint)
+                                                     : QLatin1Char('@') + options.hostName;
+    zaltools::HostRunners runners(
+        options.hosts, zaltools::HostEntry{options.hostName, options.endpoint.toStdString(), options.curve},
+        label, options.timeoutMs, formOf(options));
+    return Console::report(runners.execute(QString(), words));
 }
 
 // Set by SIGINT, which ends a watch after its current round and top after its current request.

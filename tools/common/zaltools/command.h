@@ -42,6 +42,10 @@ struct Command {
     // made from the first address resolved, `streamName` and `filters`.
     std::string resolveAt;
     QString streamName;
+    // For a connect by stream name: the group whose name service resolves it, and the host that
+    // group lives at when that is another than the consumer's (`--from @NAME[/GROUP]`, without '@').
+    QString resolveGroup;
+    QString fromHost;
     std::vector<std::string> filters;
     Presentation presentation = Presentation::Nothing;
     bool xml = false;   // show the raw reply instead of the formatted one

@@ -14,6 +14,7 @@
 #include "zaltools/commandparser.h"
 #include "zaltools/exitstatus.h"
 #include "zaltools/parameterdescription.h"
+#include "zaltools/streamreach.h"
 
 namespace zaltools {
 
@@ -62,20 +63,31 @@ public:
     CommandResult execute(const QStringList& words);
     CommandResult execute(const Command& command);
 
+    // A connect by stream name whose stream lives at another host: `resolver` (that host's runner)
+    // resolves it, and `reach` picks the address this runner's host can connect to.
+    struct Elsewhere {
+        CommandRunner& resolver;
+        const StreamReach& reach;
+    };
+    CommandResult execute(const Command& command, const Elsewhere& elsewhere);
+
 private:
     struct Connection;
     Form formOf(const Command& command) const;
     // Asks what the command asks; true when `result` then holds the reply to show.
-    bool attempt(const Command& command, CommandResult& result, QVector<ParameterDescription>& described);
+    CommandResult execute(const Command& command, const Elsewhere* elsewhere);
+    bool attempt(const Command& command, CommandResult& result, QVector<ParameterDescription>& described,
+                 const Elsewhere* elsewhere);
     // The descriptions the processor's type gives of its parameters; none when it gives none.
     QVector<ParameterDescription> describe(const Command& command);
     // Opens the connection at the first command; false, with the result filled in, when the
     // endpoint cannot be used.
     bool connect(CommandResult& result);
     void ask(const std::string& destination, const zalmsg::ControlMessage& request, CommandResult& result);
-    // Resolves the stream at the name service, then asks for the connect to its first address;
-    // false when the resolve gave no address to connect to.
-    bool connectByName(const Command& command, CommandResult& result);
+    // Resolves the stream at the name service, here or elsewhere, then asks for the connect to its
+    // first address (elsewhere: the first that this host can reach); false when the resolve gave
+    // no address to connect to.
+    bool connectByName(const Command& command, CommandResult& result, const Elsewhere* elsewhere);
     // The router drops requests for names nobody has, so the silence of `service` (at `destination`)
     // is explained by asking the group manager and the group, which answer whenever the host does:
     // a name that does not exist turns the time-out into NoSuchName; otherwise the text says who
