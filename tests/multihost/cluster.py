@@ -1,12 +1,14 @@
 """A zal-host in each host namespace, zalctl run in the client namespace (the only place the hosts
 are controlled from), and the bounded polling every wait on a host goes through."""
 import json
+import pathlib
 import subprocess
 import time
 
 from zalhost import ZALCTL, ZalHost
 
 FRONTEND_PORT = 5555
+HOSTS_FILE = pathlib.Path(__file__).resolve().parent / "client.hosts"
 # A reply takes milliseconds; a loaded machine with sanitizers may take seconds.
 CTL_BOUND_S = 20
 
@@ -31,16 +33,21 @@ def frontend(address):
     return f"tcp://{address}:{FRONTEND_PORT}"
 
 
-class Client:
-    """`options[node]`, when given, go before each command to that node (CURVE keys, say)."""
+def host_words(hosts_file, node):
+    """zalctl's options that send a command to `node` by its name in `hosts_file`."""
+    return ["--hosts", str(hosts_file), "-e", "@" + node]
 
-    def __init__(self, network, options=None):
+
+class Client:
+    """Names the hosts by the lines of `hosts_file`, which may carry their CURVE keys."""
+
+    def __init__(self, network, hosts_file=HOSTS_FILE):
         self.network = network
-        self.options = options or {}
+        self.hosts_file = hosts_file
 
     def run(self, node, *args, check=True):
         command = [*self.network.exec_prefix("client"), ZALCTL, "--json",
-                   "-e", frontend(self.network.address[node]), *self.options.get(node, ()), *args]
+                   *host_words(self.hosts_file, node), *args]
         done = subprocess.run(command, capture_output=True, text=True, timeout=CTL_BOUND_S)
         if check and done.returncode != 0:
             raise AssertionError(f"{' '.join(args)} at {node}: status {done.returncode}: "

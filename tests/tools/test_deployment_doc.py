@@ -8,7 +8,7 @@ SOURCE = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(SOURCE / "tests" / "support"), str(SOURCE / "tests" / "multihost")]
 
 import netns  # noqa: E402
-from cluster import frontend  # noqa: E402
+from cluster import HOSTS_FILE, frontend, host_words  # noqa: E402
 
 DOC = SOURCE / "docs" / "deployment.md"
 HARNESS = SOURCE / "tests" / "multihost"
@@ -39,8 +39,10 @@ def test_host_a_runs_the_harness_pipeline():
 def test_host_b_gets_the_harness_commands_from_the_client():
     lines = "".join(code_blocks()).splitlines()
     assert run_in("b", "build/bin/zal-host", "--listen", frontend(netns.NODES["b"])) in lines
+    assert HOSTS_FILE.read_text() in code_blocks()
     commands = [line for line in (HARNESS / "host-b.zalctl").read_text().splitlines()
                 if line and not line.startswith("#")]
     assert commands
+    hosts_file = HOSTS_FILE.relative_to(SOURCE)
     for command in commands:
-        assert run_in("client", "build/bin/zalctl", "-e", frontend(netns.NODES["b"]), command) in lines
+        assert run_in("client", "build/bin/zalctl", *host_words(hosts_file, "b"), command) in lines
