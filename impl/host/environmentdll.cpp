@@ -7,6 +7,7 @@
 #include "zal/host/environment.h"
 #include "zal/platform/errorhandler.h"
 #include "zal/platform/icfg.h"
+#include "zal/processors/datacurve.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/curvekeys.h"
 
@@ -51,6 +52,29 @@ void readCurve(const ICfg& cfg, RouterOptions& options) {
     options.curveAuthorizedKeys = CurveKeys::readKeyFile(authorizedFile);
 }
 
+// The keys of tcp data streams: the frontend's secret key serves and connects them. Consumers are
+// admitted from their own list when one is set, else from the frontend's; the servers' keys come
+// from the peer keys file. Null when the host has no CURVE key.
+std::shared_ptr<const DataCurve> readDataCurve(const ICfg& cfg, const RouterOptions& options) {
+    const QString dataAuthorizedFile = configuredPath(cfg, QStringLiteral("CurveDataAuthorizedKeysFile"));
+    const QString peerFile = configuredPath(cfg, QStringLiteral("CurvePeerKeysFile"));
+    if (options.curveSecretKey.empty()) {
+        if (!dataAuthorizedFile.isEmpty() || !peerFile.isEmpty()) {
+            throw CurveKeyError(QStringLiteral("%1 is set, but neither CurveSecretKey nor CurveSecretKeyFile")
+                                    .arg(peerFile.isEmpty() ? QStringLiteral("CurveDataAuthorizedKeysFile")
+                                                            : QStringLiteral("CurvePeerKeysFile"))
+                                    .toStdString());
+        }
+        return nullptr;
+    }
+    return std::make_shared<const DataCurve>(
+        options.curveSecretKey,
+        dataAuthorizedFile.isEmpty() ? options.curveAuthorizedKeys
+                                     : CurveKeys::readKeyFile(dataAuthorizedFile),
+        peerFile.isEmpty() ? std::map<std::string, std::string>() : CurveKeys::readPeerKeyFile(peerFile),
+        peerFile);
+}
+
 std::int64_t readMaxMessageSize(const ICfg& cfg) {
     const QString text = cfg.readString(QStringLiteral("RouterMaxMessageSize"),
                                         QString::number(RouterOptions::defaultMaxMessageSize))
@@ -70,9 +94,10 @@ EnvironmentDll::EnvironmentDll(const QString& name) : name(name) {}
 
 const QStringList& EnvironmentDll::configurationKeys() {
     static const QStringList keys = {
-        QStringLiteral("EnvironmentAddress"),   QStringLiteral("RouterDropMalformed"),
-        QStringLiteral("RouterMaxMessageSize"), QStringLiteral("CurveSecretKey"),
-        QStringLiteral("CurveSecretKeyFile"),   QStringLiteral("CurveAuthorizedKeysFile")};
+        QStringLiteral("EnvironmentAddress"),          QStringLiteral("RouterDropMalformed"),
+        QStringLiteral("RouterMaxMessageSize"),        QStringLiteral("CurveSecretKey"),
+        QStringLiteral("CurveSecretKeyFile"),          QStringLiteral("CurveAuthorizedKeysFile"),
+        QStringLiteral("CurveDataAuthorizedKeysFile"), QStringLiteral("CurvePeerKeysFile")};
     return keys;
 }
 
@@ -96,10 +121,11 @@ bool EnvironmentDll::Execute(int, char**) {
         routerOptions.dropMalformed = cfg->readBool(QStringLiteral("RouterDropMalformed"), false);
         routerOptions.maxMessageSize = readMaxMessageSize(*cfg);
         readCurve(*cfg, routerOptions);
+        std::shared_ptr<const DataCurve> dataCurve = readDataCurve(*cfg, routerOptions);
         // The old environment holds the in-process endpoints the new one binds, so building the new
         // one first and then replacing the old could never succeed: the old goes first, completely.
         environment.reset();
-        environment = std::make_unique<Environment>(address, routerOptions);
+        environment = std::make_unique<Environment>(address, routerOptions, std::move(dataCurve));
         return true;
     } catch (const std::exception& e) {
         lastError = QString::fromUtf8(e.what());

@@ -6,14 +6,17 @@
 namespace zal {
 
 DataStreamInitializer::DataStreamInitializer(const std::string& ownerName, const std::string& processorName,
-                                             NameServiceClient& client)
-    : ownerName(ownerName), processorName(processorName), client(client) {}
+                                             NameServiceClient& client, const DataCurve* curve)
+    : ownerName(ownerName), processorName(processorName), client(client), curve(curve) {}
 
 void DataStreamInitializer::initialize(zmq::socket_t& socket, zalmsg::DataStream& stream) {
     QVector<QString>& addresses = stream.GetAddress();
     std::vector<std::string> bound;
     bound.reserve(static_cast<size_t>(addresses.size()));
     for (QString& address : addresses) {
+        if (curve != nullptr) {
+            curve->prepareBind(socket, address.toStdString());
+        }
         ZmqHelper::bindSocket(socket, address);
         bound.push_back(address.toStdString());
     }

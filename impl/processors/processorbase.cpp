@@ -1,6 +1,7 @@
 #include "zal/processors/processorbase.h"
 
 #include "zal/msg/configtool.h"
+#include "zal/platform/errorhandler.h"
 #include "zal/transport/constants.h"
 #include "zal/transport/context.h"
 #include "zal/transport/endpoints.h"
@@ -78,7 +79,28 @@ void ProcessorBase::serveEvents() {
     if (SocketReader::isReadable(reader.getEvents(controlSocketIndex))) {
         controlLine->processInput();
     }
+    if (handshakes && SocketReader::isReadable(reader.getEvents(handshakeSocketIndex))) {
+        readHandshakes();
+    }
     checkDataEvents();
+}
+
+void ProcessorBase::watchHandshakes(zmq::socket_t& input) {
+    if (!handshakes) {
+        handshakes = std::make_unique<HandshakeWatch>(input);
+        handshakeSocketIndex = reader.addSocket(handshakes->socket(), ZMQ_POLLIN);
+    }
+}
+
+void ProcessorBase::readHandshakes() {
+    handshakes->readReports([this](const QString& address, const QString& reason, bool first) {
+        traffic.countRefusal(address, reason);
+        if (first && ErrorHandler::isTracing()) {
+            _Q_Trace(QStringLiteral("%1: handshake refused at '%2' (%3)")
+                         .arg(QString::fromStdString(getEndpointString()), address, reason),
+                     "processorbase", __LINE__);
+        }
+    });
 }
 
 void ProcessorBase::release() {
@@ -88,6 +110,8 @@ void ProcessorBase::release() {
 // reset() clears each owner before its object goes, so this may run twice.
 void ProcessorBase::freeSockets() {
     traffic.unwatchAll();
+    handshakes.reset();
+    handshakeSocketIndex = -1;
     nameServiceClient.reset();
     broadcastClient.reset();
     broadcastTemplate.reset();
@@ -118,8 +142,19 @@ void ProcessorBase::connectInput(zmq::socket_t& input, const QString& address,
                                  const std::function<void(const QString&)>& subscribe) {
     // The configuration is what `sources` shows, so it changes only after the socket did: a
     // refused address or subscription leaves it as it was, and asking again tries again.
-    if (ConfigTool::indexOfDataSource(processor, address) < 0) {
-        ZmqHelper::connectSocket(input, address.toStdString());
+    const std::string target = address.toStdString();
+    const bool known = ConfigTool::indexOfDataSource(processor, address) >= 0;
+    const bool refused = known && handshakes && handshakes->hasFailed(target);
+    if (refused) {
+        // libzmq keeps the endpoint of a connection it gave up, and ignores a second connect to it.
+        zmq_disconnect(input.handle(), target.c_str());
+    }
+    if (!known || refused) {
+        if (dataCurve && dataCurve->prepareConnect(input, target)) {
+            watchHandshakes(input);
+            handshakes->retrying(target);
+        }
+        ZmqHelper::connectSocket(input, target);
         ConfigTool::addDataSource(processor, address);
     }
     if (filters.isEmpty()) {

@@ -27,9 +27,9 @@ void ProcessorGroupManagerHandlerTemplate<Traits>::dispatch(Message& message) {
             }
             try {
                 manager.groups.emplace(
-                    key,
-                    std::make_shared<typename ProcessorGroupManagerTemplate<Traits>::GroupThread>(
-                        new ProcessorGroupTemplate<Traits>(manager.pluginManager, key, manager.endpoint)));
+                    key, std::make_shared<typename ProcessorGroupManagerTemplate<Traits>::GroupThread>(
+                             new ProcessorGroupTemplate<Traits>(manager.pluginManager, key, manager.endpoint,
+                                                                manager.dataCurve)));
                 ConfigTool::setResultSuccess(message);
             } catch (const std::exception& e) {
                 ConfigTool::setErrorMessage(message, QString::fromUtf8(e.what()));
@@ -45,8 +45,9 @@ void ProcessorGroupManagerHandlerTemplate<Traits>::dispatch(Message& message) {
 
 template <class Traits>
 ProcessorGroupManagerTemplate<Traits>::ProcessorGroupManagerTemplate(
-    std::shared_ptr<PluginManager> pluginManager, const std::string& endpoint)
-    : endpoint(endpoint), pluginManager(std::move(pluginManager)) {}
+    std::shared_ptr<PluginManager> pluginManager, const std::string& endpoint,
+    std::shared_ptr<const DataCurve> dataCurve)
+    : endpoint(endpoint), pluginManager(std::move(pluginManager)), dataCurve(std::move(dataCurve)) {}
 
 template <class Traits>
 ProcessorGroupManagerTemplate<Traits>::~ProcessorGroupManagerTemplate() {

@@ -77,6 +77,7 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
             return;
         }
         processor->describeType(type, group.pluginManager->describeParameters(type));
+        processor->useDataCurve(group.dataCurve);
         group.processors.emplace(
             key, std::make_shared<typename ProcessorGroupTemplate<Traits>::ProcessorThread>(processor));
         ConfigTool::setResultSuccess(message);
@@ -96,8 +97,9 @@ void ProcessorGroupHandlerTemplate<Traits>::create(Message& message) {
 
 template <class Traits>
 ProcessorGroupTemplate<Traits>::ProcessorGroupTemplate(std::shared_ptr<PluginManager> pluginManager,
-                                                       const std::string& name, const std::string& prefix)
-    : name(name), prefix(prefix), pluginManager(std::move(pluginManager)) {}
+                                                       const std::string& name, const std::string& prefix,
+                                                       std::shared_ptr<const DataCurve> dataCurve)
+    : name(name), prefix(prefix), pluginManager(std::move(pluginManager)), dataCurve(std::move(dataCurve)) {}
 
 template <class Traits>
 ProcessorGroupTemplate<Traits>::~ProcessorGroupTemplate() {

@@ -111,7 +111,7 @@ bool StreamProcessor::initialize() {
         // the host's shutdown for ever: ending the context waits for every lingering message.
         outputSocket->set(zmq::sockopt::linger, outputLingerMs);
         output = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
-        DataStreamInitializer(getEndpointString(), name, *getNameServiceClient())
+        DataStreamInitializer(getEndpointString(), name, *getNameServiceClient(), getDataCurve())
             .initialize(*outputSocket, processor.GetDataStream().front());
         streamRegistered = true;
         const QString stream = QString::fromStdString(getDataStreamName());

@@ -35,6 +35,13 @@ void TrafficMeter::unwatchAll() {
     inputWatch = Watch{};
     outputWatch = Watch{};
     outputStream.clear();
+    refused = 0;
+    lastRefusal.clear();
+}
+
+void TrafficMeter::countRefusal(const QString& address, const QString& reason) {
+    ++refused;
+    lastRefusal = QStringLiteral("%1 (%2)").arg(address, reason);
 }
 
 // `now` is read at most once for both directions, and only when one of them moved.
@@ -66,7 +73,11 @@ QJsonObject TrafficMeter::describe(const Watch& watch) {
 }
 
 QJsonObject TrafficMeter::input() const {
-    return describe(inputWatch);
+    QJsonObject entry = describe(inputWatch);
+    entry.insert(QStringLiteral("refused"), qint64(refused));
+    entry.insert(QStringLiteral("refusal"),
+                 lastRefusal.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(lastRefusal));
+    return entry;
 }
 
 QJsonObject TrafficMeter::outputEntry() const {

@@ -13,6 +13,7 @@ namespace zal {
 
 const char* const ZapHandler::zapEndpoint = "inproc://zeromq.zap.01";
 const char* const ZapHandler::domain = "zal";
+const char* const ZapHandler::dataDomain = "zal.data";
 
 namespace {
 
@@ -35,10 +36,21 @@ std::string z85Key(const std::string& binary) {
 
 }  // namespace
 
-ZapHandler::ZapHandler(const std::vector<std::string>& authorizedKeys) {
+ZapHandler::ZapHandler(const std::vector<std::string>& authorizedKeys,
+                       const std::vector<std::string>& dataAuthorizedKeys) {
     for (const std::string& key : authorizedKeys) {
         authorized.insert(binaryKey(key));
     }
+    for (const std::string& key : dataAuthorizedKeys) {
+        dataAuthorized.insert(binaryKey(key));
+    }
+}
+
+const std::set<std::string>* ZapHandler::keysOf(const std::string& requestDomain) const {
+    if (requestDomain == domain) {
+        return &authorized;
+    }
+    return requestDomain == dataDomain ? &dataAuthorized : nullptr;
 }
 
 ZapHandler::~ZapHandler() {
@@ -83,17 +95,19 @@ void ZapHandler::answerRequest() {
     }
 
     const bool wellFormed = frames.size() >= 6 && frames[0] == "1.0";
-    const bool admitted = wellFormed && frames[2] == domain && frames[5] == "CURVE" && frames.size() == 7 &&
-                          authorized.count(frames[6]) != 0;
+    const std::set<std::string>* keys = wellFormed ? keysOf(frames[2]) : nullptr;
+    const bool admitted =
+        keys != nullptr && frames[5] == "CURVE" && frames.size() == 7 && keys->count(frames[6]) != 0;
     const std::string requestId = frames.size() > 1 ? frames[1] : std::string();
     const std::string userId = admitted ? z85Key(frames[6]) : std::string();
     if (!admitted && ErrorHandler::isTracing()) {
         const QString key = wellFormed && frames.size() == 7 && frames[6].size() == binaryKeyLength
                                 ? QString::fromStdString(z85Key(frames[6]))
                                 : QStringLiteral("none");
-        _Q_Trace(QStringLiteral("ZapHandler: refused client at '%1', mechanism '%2', key %3")
+        _Q_Trace(QStringLiteral("ZapHandler: refused client at '%1', mechanism '%2', key %3, domain '%4'")
                      .arg(QString::fromStdString(frames.size() > 3 ? frames[3] : std::string()),
-                          QString::fromStdString(frames.size() > 5 ? frames[5] : std::string()), key),
+                          QString::fromStdString(frames.size() > 5 ? frames[5] : std::string()), key,
+                          QString::fromStdString(frames.size() > 2 ? frames[2] : std::string())),
                  "zaphandler", __LINE__);
     }
     const std::vector<std::string> reply = {

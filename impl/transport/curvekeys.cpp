@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QStringList>
+#include <algorithm>
 #include <cstdint>
 
 namespace zal {
@@ -34,33 +35,61 @@ std::string CurveKeys::publicKeyOf(const std::string& secretKey) {
     return publicKey;
 }
 
-std::vector<std::string> CurveKeys::readKeyFile(const QString& path) {
+namespace {
+
+// Calls `take` with the words of every line that holds any: blank lines and comments (from a word
+// that starts with '#') are skipped. '#' is a Z85 character too, but never a key's first one, so a
+// comment after a key is set apart by white space. A line `take` refuses, or a file that cannot be
+// read, throws CurveKeyError naming the file and line and what a line must be: `expected`.
+template <class Take>
+void readWords(const QString& path, const char* expected, Take&& take) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         throw CurveKeyError(
             QStringLiteral("cannot read key file '%1': %2").arg(path, file.errorString()).toStdString());
     }
-    std::vector<std::string> keys;
+    static const QRegularExpression blanks(QStringLiteral("\\s+"));
     int number = 0;
     while (!file.atEnd()) {
         ++number;
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.isEmpty() || line.startsWith(QLatin1Char('#'))) {
-            continue;
-        }
-        // '#' is a Z85 character too (never a key's first one): a comment after a key is set apart
-        // by white space.
-        const QString first = line.section(QRegularExpression(QStringLiteral("\\s+")), 0, 0);
-        const QString rest = line.mid(first.size()).trimmed();
-        if (isKey(first.toStdString()) && (rest.isEmpty() || rest.startsWith(QLatin1Char('#')))) {
-            keys.push_back(first.toStdString());
-        } else {
-            throw CurveKeyError(QStringLiteral("%1:%2: not a CURVE key (40 Z85 characters) or a comment")
+        QStringList words = QString::fromUtf8(file.readLine()).split(blanks, Qt::SkipEmptyParts);
+        const auto comment = std::find_if(words.begin(), words.end(), [](const QString& word) {
+            return word.startsWith(QLatin1Char('#'));
+        });
+        words.erase(comment, words.end());
+        if (!words.isEmpty() && !take(words)) {
+            throw CurveKeyError(QStringLiteral("%1:%2: not %3 or a comment")
                                     .arg(path)
                                     .arg(number)
+                                    .arg(expected)
                                     .toStdString());
         }
     }
+}
+
+}  // namespace
+
+std::vector<std::string> CurveKeys::readKeyFile(const QString& path) {
+    std::vector<std::string> keys;
+    readWords(path, "a CURVE key (40 Z85 characters)", [&](const QStringList& words) {
+        if (words.size() != 1 || !isKey(words.front().toStdString())) {
+            return false;
+        }
+        keys.push_back(words.front().toStdString());
+        return true;
+    });
+    return keys;
+}
+
+std::map<std::string, std::string> CurveKeys::readPeerKeyFile(const QString& path) {
+    std::map<std::string, std::string> keys;
+    readWords(path, "a host and its CURVE public key (40 Z85 characters)", [&](const QStringList& words) {
+        if (words.size() != 2 || !isKey(words.back().toStdString())) {
+            return false;
+        }
+        keys[words.front().toStdString()] = words.back().toStdString();
+        return true;
+    });
     return keys;
 }
 

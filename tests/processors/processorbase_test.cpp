@@ -109,7 +109,8 @@ TEST_F(ProcessorTest, ZalAnswersItsReservedNamesAndRefusesToSetThem) {
         << "a type nobody described describes no parameters";
     // A processor without a data input or output reports zeros, a null idle time and no outputs.
     EXPECT_EQ(ask(Helper::makeGetParameterMessage("zal.status")).GetParameter(),
-              R"({"input":{"bytes":0,"idleMs":null,"messages":0},"outputs":[],"sources":[],)"
+              R"({"input":{"bytes":0,"idleMs":null,"messages":0,"refusal":null,"refused":0},"outputs":[],)"
+              R"("sources":[],)"
               R"("streams":[{"addresses":["inproc://out"],"name":"out","running":null}],"type":""})");
     const Message set = ask(Helper::makeSetParameterMessage("zal.status", "x"));
     EXPECT_EQ(set.GetMessageText(), "Cannot set parameter: zal.status (reserved for zal)");

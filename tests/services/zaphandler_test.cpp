@@ -35,21 +35,26 @@ std::vector<QByteArray> zapRequest(const QByteArray& mechanism, const std::strin
 
 }  // namespace
 
-TEST(ZapHandler, AdmitsOnlyAuthorisedCurveKeysOfItsDomainAndAnswersEveryRequest) {
+TEST(ZapHandler, AdmitsOnlyCurveKeysAuthorisedInTheRequestsDomainAndAnswersEveryRequest) {
     const std::string known = CurveKeys::generate().publicKey;
+    const std::string reader = CurveKeys::generate().publicKey;
     zaltest::TraceCapture trace;
-    ZmqControllableThread<ZapHandler> handler(new ZapHandler({known}));
+    ZmqControllableThread<ZapHandler> handler(new ZapHandler({known}, {reader}));
 
     const auto admitted = askZap(zapRequest("CURVE", known));
     ASSERT_EQ(admitted.size(), 6u);
     EXPECT_EQ(admitted[1], "17") << "the request id comes back";
     EXPECT_EQ(admitted[2], "200");
     EXPECT_EQ(admitted[4], QByteArray::fromStdString(known)) << "the user id is the key";
+    EXPECT_EQ(askZap(zapRequest("CURVE", reader, ZapHandler::dataDomain))[2], "200")
+        << "each domain its list";
     std::vector<QByteArray> truncated = zapRequest("CURVE", known);
     truncated.back() = "short";
     const std::vector<std::vector<QByteArray>> refused = {
         zapRequest("CURVE", CurveKeys::generate().publicKey),
         zapRequest("CURVE", known, "other"),
+        zapRequest("CURVE", known, ZapHandler::dataDomain),
+        zapRequest("CURVE", reader),
         zapRequest("CURVE", known, ZapHandler::domain, "2.0"),
         truncated,
         {"1.0", "1", ZapHandler::domain, "192.0.2.1", "", "NULL"},

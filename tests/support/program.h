@@ -55,8 +55,10 @@ inline Outcome runProgram(const QString& program, const QStringList& arguments,
 // A long-running program: started, read line by line, stopped with a signal.
 class RunningProgram {
 public:
-    RunningProgram(const QString& program, const QStringList& arguments) {
+    RunningProgram(const QString& program, const QStringList& arguments,
+                   const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
         process.setProcessChannelMode(QProcess::MergedChannels);
+        process.setProcessEnvironment(environment);
         process.start(zal::applicationDirectory() + "/" + program, arguments);
     }
     ~RunningProgram() {

@@ -135,8 +135,11 @@ TEST_F(FirstHour, EveryProcessorReportsItsTrafficUnderAReservedName) {
     client.succeed(group, Helper::makeCreateProcessorMessage("demo.Counter", "counter", zalmsg::Processor()));
     const QJsonObject idle = statusOf(client, at("counter"));
     EXPECT_EQ(idle["type"], "demo.Counter");
-    EXPECT_EQ(idle["input"].toObject(),
-              (QJsonObject{{"messages", 0}, {"bytes", 0}, {"idleMs", QJsonValue()}}));
+    EXPECT_EQ(idle["input"].toObject(), (QJsonObject{{"messages", 0},
+                                                     {"bytes", 0},
+                                                     {"idleMs", QJsonValue()},
+                                                     {"refused", 0},
+                                                     {"refusal", QJsonValue()}}));
     EXPECT_EQ(idle["outputs"].toArray(), QJsonArray()) << "a counter publishes nothing";
 
     create("demo.Generator", "gen", "numbers", "inproc://first/status");

@@ -172,6 +172,7 @@ TEST_F(ZalHost, RunsAPipelineServesZalctlAndStopsCleanlyOnSigterm) {
 TEST_F(ZalHost, ReportsEachOutcomeWithItsStatusAndReason) {
     ASSERT_EQ(runProgram("zalctl", {"keygen", "--secret-file", dir.filePath("key.secret")}).status, 0);
     write("nobody", "# nobody yet\n");
+    write("peers", "# servers of tcp streams\n127.0.0.1\n");
     int files = 0;
     const auto pipeline = [&](const QByteArray& text) {
         return QStringList{"--pipeline", write(QString::number(++files) + ".pipeline", text)};
@@ -208,6 +209,11 @@ TEST_F(ZalHost, ReportsEachOutcomeWithItsStatusAndReason) {
          config(open + "CurveSecretKey=tooshort\nCurveAuthorizedKeysFile=nobody\n")},
         {1, "holds 0 keys where one is expected",
          config(open + "CurveSecretKeyFile=nobody\nCurveAuthorizedKeysFile=nobody\n")},
+        {1, "CurvePeerKeysFile is set, but neither CurveSecretKey nor CurveSecretKeyFile",
+         config(open + "CurvePeerKeysFile=peers\n")},
+        {1, "peers:2: not a host and its CURVE public key (40 Z85 characters) or a comment",
+         config(open +
+                "CurveSecretKeyFile=key.secret\nCurveAuthorizedKeysFile=nobody\nCurvePeerKeysFile=peers\n")},
     };
     QProcessEnvironment tracing = QProcessEnvironment::systemEnvironment();
     tracing.insert("ZAL_TRACE_MASK", "0x20");

@@ -6,6 +6,7 @@
 
 #include "support/program.h"
 #include "support/sockets.h"
+#include "zal/processors/datacurve.h"
 #include "zal/transport/curvekeys.h"
 
 using zal::CurveKeyError;
@@ -52,5 +53,33 @@ TEST(CurveKeys, KeyFilesHoldKeysCommentsAndBlankLinesAndNothingElse) {
         EXPECT_FALSE(CurveKeys::isKey(bad) ||
                      zaltest::whatOf<CurveKeyError>([&] { CurveKeys::publicKeyOf(bad); }).empty())
             << bad;
+    }
+}
+
+// A peer keys file names servers by the host part of the tcp addresses consumers connect to.
+TEST(CurveKeys, PeerKeyFilesNameServersByTheHostOfTheirAddresses) {
+    QTemporaryDir dir;
+    const QByteArray a = QByteArray::fromStdString(CurveKeys::generate().publicKey);
+    const QByteArray b = QByteArray::fromStdString(keyWithHash());
+    const QString good =
+        zaltest::writeFile(dir.filePath("peers"), "# servers\n10.0.0.7 " + a + "\n\n[::1]\t" + b +
+                                                      "  # six\n10.0.0.8 " + a + "\n10.0.0.8 " + b + "\n");
+    EXPECT_EQ(CurveKeys::readPeerKeyFile(good),
+              (std::map<std::string, std::string>{
+                  {"10.0.0.7", a.toStdString()}, {"[::1]", b.toStdString()}, {"10.0.0.8", b.toStdString()}}));
+    for (const QByteArray& line :
+         QByteArrayList{a, "10.0.0.7 " + a + " extra", "10.0.0.7 notakey", "10.0.0.7"}) {
+        const QString bad = zaltest::writeFile(dir.filePath("bad"), "# fine\n" + line + "\n");
+        EXPECT_EQ(
+            zaltest::whatOf<CurveKeyError>([&] { CurveKeys::readPeerKeyFile(bad); }),
+            (bad + ":2: not a host and its CURVE public key (40 Z85 characters) or a comment").toStdString());
+    }
+    const std::pair<std::string, std::string> hosts[] = {{"tcp://10.0.0.7:6000", "10.0.0.7"},
+                                                         {"tcp://[::1]:6000", "[::1]"},
+                                                         {"tcp://eth0;10.0.0.7:6000", "10.0.0.7"},
+                                                         {"inproc://gen/out", ""},
+                                                         {"ipc:///tmp/s:1", ""}};
+    for (const auto& [address, host] : hosts) {
+        EXPECT_EQ(zal::DataCurve::hostOf(address), host) << address;
     }
 }

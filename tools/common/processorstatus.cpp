@@ -53,7 +53,10 @@ std::optional<ProcessorStatus> ProcessorStatus::fromJson(const QString& json, QS
     const QJsonObject object = document.object();
     ProcessorStatus status;
     status.type = object.value(QLatin1String("type")).toString();
-    status.input = flowOf(object.value(QLatin1String("input")).toObject());
+    const QJsonObject input = object.value(QLatin1String("input")).toObject();
+    status.input = flowOf(input);
+    status.refused = static_cast<qint64>(input.value(QLatin1String("refused")).toDouble());
+    status.refusal = input.value(QLatin1String("refusal")).toString();
     for (const QJsonValue& output : object.value(QLatin1String("outputs")).toArray()) {
         status.outputs << flowOf(output.toObject());
     }

@@ -36,7 +36,7 @@ QString lostCell(const Delivery& delivery) {
     }
 }
 
-QString note(const TopRow& row) {
+QString verdictNote(const TopRow& row) {
     const Delivery& d = row.delivery;
     const QString from = d.producers.join(QStringLiteral(", "));
     const QString published = QString::number(std::max(0.0, d.published), 'f', 0);
@@ -57,6 +57,17 @@ QString note(const TopRow& row) {
             return QStringLiteral("lost %1 of %2 from %3").arg(d.lost).arg(published, from);
     }
     return QString();
+}
+
+// Refused handshakes come first: they explain a silent input better than any verdict.
+QString note(const TopRow& row) {
+    const QString verdict = verdictNote(row);
+    if (!row.sample.status || row.sample.status->refused == 0) {
+        return verdict;
+    }
+    const QString refused =
+        QStringLiteral("refused %1: %2").arg(row.sample.status->refused).arg(row.sample.status->refusal);
+    return verdict.isEmpty() ? refused : refused + QStringLiteral("; ") + verdict;
 }
 
 const char* verdictName(Verdict verdict) {
@@ -83,6 +94,15 @@ QJsonObject flowJson(const TopRow& row, bool in) {
                        {QStringLiteral("bytes"), orNull(status, static_cast<double>(bytes))},
                        {QStringLiteral("messagesPerSecond"), orNull(rates, messagesPerSecond)},
                        {QStringLiteral("megabytesPerSecond"), orNull(rates, bytesPerSecond / 1e6)}};
+}
+
+// Only the input has them: a producer's socket refuses through its host's ZAP handler, which traces.
+QJsonObject refusalsJson(const TopRow& row, QJsonObject in) {
+    const ProcessorStatus* status = row.sample.status ? &*row.sample.status : nullptr;
+    in.insert(QStringLiteral("refused"), orNull(status, status ? static_cast<double>(status->refused) : 0));
+    in.insert(QStringLiteral("refusal"),
+              status && !status->refusal.isEmpty() ? QJsonValue(status->refusal) : QJsonValue());
+    return in;
 }
 
 QJsonValue deliveryJson(const Delivery& d) {
@@ -122,7 +142,7 @@ QJsonObject rowJson(const TopRow& row) {
         {QStringLiteral("name"), sample.name},
         {QStringLiteral("type"), sample.status ? QJsonValue(sample.status->type) : QJsonValue()},
         {QStringLiteral("problem"), sample.status ? QJsonValue() : QJsonValue(sample.problem)},
-        {QStringLiteral("in"), flowJson(row, true)},
+        {QStringLiteral("in"), refusalsJson(row, flowJson(row, true))},
         {QStringLiteral("out"), flowJson(row, false)},
         {QStringLiteral("delivery"), deliveryJson(row.delivery)}};
 }

@@ -98,7 +98,8 @@ void describeOptions(QCommandLineParser& parser) {
             "The frontend address is --listen, else the key EnvironmentAddress of the configuration\n"
             "(default: in-process only). RouterDropMalformed (default: on for a tcp:// frontend, else\n"
             "off) makes the router drop malformed messages instead of stopping. CurveSecretKeyFile (or\n"
-            "CurveSecretKey) with CurveAuthorizedKeysFile admits authorised CURVE clients only.\n"
+            "CurveSecretKey) with CurveAuthorizedKeysFile admits authorised CURVE clients only, and\n"
+            "makes tcp:// data streams CURVE too (CurvePeerKeysFile, CurveDataAuthorizedKeysFile).\n"
             "Unknown configuration keys are named on standard error.\n\n") +
         QString::fromLatin1(statusHelp));
     parser.addHelpOption();

@@ -18,7 +18,8 @@ public:
 
     // Reads "EnvironmentAddress" from the configuration named after the instance (default: the
     // in-process frontend), "RouterDropMalformed" (default off) and the CURVE keys
-    // ("CurveSecretKey" or "CurveSecretKeyFile", with "CurveAuthorizedKeysFile"; none: no CURVE),
+    // ("CurveSecretKey" or "CurveSecretKeyFile", with "CurveAuthorizedKeysFile"; none: no CURVE;
+    // for tcp data streams "CurveDataAuthorizedKeysFile" and "CurvePeerKeysFile", both optional),
     // and starts an environment there, stopping any earlier one completely first. False, with a trace, when
     // the configuration is missing or the start failed.
     bool Execute(int argc, char** argv) override;

@@ -9,6 +9,8 @@
 #include <zmq.hpp>
 
 #include "zal/msg/processor.h"
+#include "zal/processors/datacurve.h"
+#include "zal/processors/handshakewatch.h"
 #include "zal/processors/processorcontrolinterface.h"
 #include "zal/processors/processorcontrolmessagehandler.h"
 #include "zal/processors/reservedparameters.h"
@@ -44,6 +46,9 @@ public:
     // The type as the create request named it and its parameter descriptions, reported under the
     // reserved parameters; set by the group before the processor's thread starts.
     void describeType(const QString& type, const QJsonArray& parameters);
+    // The host's CURVE keys for tcp data, null without; set by the group before the processor's
+    // thread starts, never changed while it runs.
+    void useDataCurve(std::shared_ptr<const DataCurve> curve) { dataCurve = std::move(curve); }
 
     std::string getName() const { return name; }
     std::string getGroup() const { return group; }
@@ -69,6 +74,9 @@ protected:
     // The connect step of processors with a data input, keyed by address: a new address becomes a
     // data source and `input` connects to it; filters add up, and each newly added one goes to
     // `subscribe`, while a source left without filters takes everything (a catch-all set on `input`).
+    // With the host's CURVE keys a tcp address is connected as a CURVE client, whose refused
+    // handshakes are traced and counted; one whose host has no known server key is refused. A
+    // source whose handshake failed is connected again when asked again.
     void connectInput(zmq::socket_t& input, const QString& address, const QVector<QString>& filters,
                       const std::function<void(const QString&)>& subscribe);
 
@@ -83,6 +91,7 @@ protected:
     static constexpr int maxMessagesPerWakeUp = 256;
 
     NameServiceClient* getNameServiceClient() const { return nameServiceClient.get(); }
+    const DataCurve* getDataCurve() const { return dataCurve.get(); }
 
     std::string name;
     std::string group;
@@ -93,6 +102,9 @@ private:
     // Control, broadcast, then data: one wake-up with events.
     void serveEvents();
     void freeSockets();
+    // Watches `input`'s handshakes from its first CURVE connect on.
+    void watchHandshakes(zmq::socket_t& input);
+    void readHandshakes();
 
     // Left by refuse() for the control handler, which reads and clears it; this thread's only.
     QString refusal;
@@ -106,6 +118,9 @@ private:
     std::unique_ptr<ZmqSubControlSocket> broadcastTemplate;
     std::unique_ptr<SubInputClient<ZmqControlSocket, ControlMessage>> broadcastClient;
     int broadcastSocketIndex = -1;
+    std::shared_ptr<const DataCurve> dataCurve;
+    std::unique_ptr<HandshakeWatch> handshakes;
+    int handshakeSocketIndex = -1;
 };
 
 }  // namespace zal

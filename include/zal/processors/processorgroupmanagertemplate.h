@@ -13,6 +13,7 @@
 
 namespace zal {
 
+class DataCurve;
 class PluginManager;
 
 template <class Traits>
@@ -40,7 +41,9 @@ class ProcessorGroupManagerTemplate : public ControlLineService {
 public:
     using GroupThread = ZmqControllableThread<ProcessorGroupTemplate<Traits>>;
 
-    ProcessorGroupManagerTemplate(std::shared_ptr<PluginManager> pluginManager, const std::string& endpoint);
+    // `dataCurve`, when set, goes to every group and from there to every processor.
+    ProcessorGroupManagerTemplate(std::shared_ptr<PluginManager> pluginManager, const std::string& endpoint,
+                                  std::shared_ptr<const DataCurve> dataCurve = nullptr);
     ~ProcessorGroupManagerTemplate() override;
 
     bool initialize() override;
@@ -51,6 +54,7 @@ private:
 
     std::string endpoint;
     std::shared_ptr<PluginManager> pluginManager;
+    std::shared_ptr<const DataCurve> dataCurve;
     // Ordered by name as bytes; destroying an entry stops the group, its processors first.
     std::map<std::string, std::shared_ptr<GroupThread>> groups;
     std::unique_ptr<ProcessorGroupManagerHandlerTemplate<Traits>> handler;

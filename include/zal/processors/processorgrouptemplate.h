@@ -14,6 +14,7 @@
 
 namespace zal {
 
+class DataCurve;
 class PluginManager;
 
 template <class Traits>
@@ -44,7 +45,7 @@ public:
     using ProcessorThread = ZmqControllableThread<ProcessorBase>;
 
     ProcessorGroupTemplate(std::shared_ptr<PluginManager> pluginManager, const std::string& name,
-                           const std::string& prefix);
+                           const std::string& prefix, std::shared_ptr<const DataCurve> dataCurve = nullptr);
     ~ProcessorGroupTemplate() override;
 
     bool initialize() override;
@@ -58,6 +59,7 @@ private:
     std::string name;
     std::string prefix;
     std::shared_ptr<PluginManager> pluginManager;
+    std::shared_ptr<const DataCurve> dataCurve;
     std::unique_ptr<ZmqControllableThread<NameService>> nameService;
     // Bound at the group's broadcast endpoint for as long as the group has processors. Each
     // processor's broadcast line connects there; an in-process connect to an endpoint nobody has

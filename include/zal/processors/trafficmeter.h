@@ -22,11 +22,14 @@ public:
     // The same for the output that publishes `stream`.
     void watchOutput(const TrafficCount* count, const QString& stream);
     void unwatchAll();
+    // A connection of the input whose handshake failed: counted, and the last one kept as
+    // "ADDRESS (REASON)". Not on the message path: a refused peer is retried a few times a second.
+    void countRefusal(const QString& address, const QString& reason);
     // Once per wake-up: notes the time for each watched count that moved since the last stamp.
     void stamp();
 
-    // {"messages":N,"bytes":N,"idleMs":N}, idleMs null before the first message; zeros when nothing
-    // is watched.
+    // {"messages":N,"bytes":N,"idleMs":N,"refused":N,"refusal":TEXT}, idleMs null before the first
+    // message, refusal null before the first refused handshake; zeros when nothing is watched.
     QJsonObject input() const;
     bool hasOutput() const { return outputWatch.count != nullptr; }
     // As input(), with "stream" naming the output's stream.
@@ -46,6 +49,8 @@ private:
     Watch inputWatch;
     Watch outputWatch;
     QString outputStream;
+    std::uint64_t refused = 0;
+    QString lastRefusal;
 };
 
 }  // namespace zal

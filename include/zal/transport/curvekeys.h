@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -34,6 +35,9 @@ public:
     // (40 Z85 characters) optionally followed by white space and a comment. Anything else, or a
     // file that cannot be read, throws CurveKeyError.
     static std::vector<std::string> readKeyFile(const QString& path);
+    // The servers' public keys of a peer keys file by host: its lines are `HOST KEY`, with blank
+    // lines and comments as in a key file; a host listed again takes the later key.
+    static std::map<std::string, std::string> readPeerKeyFile(const QString& path);
     // The key of a file that holds exactly one, as `zalctl keygen` writes them.
     static std::string readSingleKey(const QString& path);
 

@@ -33,6 +33,9 @@ struct ProcessorStatus {
     QVector<FlowCount> outputs;
     QVector<SourceInfo> sources;
     QVector<StreamInfo> streams;
+    // Handshakes of the input's CURVE connections that failed, and the last as "ADDRESS (REASON)".
+    qint64 refused = 0;
+    QString refusal;
 
     static QString parameterName() { return QStringLiteral("zal.status"); }
     // The status a zal.status value holds; none, with `error` set, when it is not one.
