@@ -73,11 +73,13 @@ class Hosts:
         self.folder = folder
         self.running = {}
 
-    def start(self, node, *extra_args):
+    def start(self, node, *extra_args, namespace=None):
+        """A zal-host called `node`, in the namespace of that name unless another is given."""
+        namespace = namespace or node
         folder = self.folder / node
         folder.mkdir(exist_ok=True)
-        self.running[node] = ZalHost(folder, *extra_args, listen=frontend(self.network.address[node]),
-                                     prefix=self.network.exec_prefix(node))
+        self.running[node] = ZalHost(folder, *extra_args, listen=frontend(self.network.address[namespace]),
+                                     prefix=self.network.exec_prefix(namespace))
         return self.running[node]
 
     def stop_all(self):

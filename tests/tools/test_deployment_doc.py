@@ -7,6 +7,7 @@ import sys
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(SOURCE / "tests" / "support"), str(SOURCE / "tests" / "multihost")]
 
+import keyfiles  # noqa: E402
 import netns  # noqa: E402
 from cluster import HOSTS_FILE, frontend, host_words  # noqa: E402
 
@@ -46,3 +47,9 @@ def test_host_b_gets_the_harness_commands_from_the_client():
     hosts_file = HOSTS_FILE.relative_to(SOURCE)
     for command in commands:
         assert run_in("client", "build/bin/zalctl", *host_words(hosts_file, "b"), command) in lines
+
+
+def test_the_keys_are_laid_out_as_in_the_keyed_case():
+    assert keyfiles.host_config("a") in code_blocks()
+    hosts = "".join(keyfiles.host_line(node, frontend(netns.NODES[node])) for node in ("a", "b"))
+    assert hosts in code_blocks()
