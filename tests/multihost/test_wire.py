@@ -13,8 +13,9 @@ MARKER = b"abcdefghijklmnopqrstuvwxyz"
 
 @pytest.fixture
 def tcpdump():
+    # A failure, not a skip: a case that checks nothing must not pass as if it had.
     if shutil.which("tcpdump") is None:
-        pytest.skip("no tcpdump (Debian package tcpdump)")
+        pytest.fail("no tcpdump: install the Debian package tcpdump (scripts/install-deps.sh does)")
 
 
 def test_without_keys_the_stream_crosses_in_clear(hosts, client, network, tmp_path, tcpdump):
