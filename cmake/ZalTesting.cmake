@@ -32,11 +32,12 @@ function(zal_add_test area component)
   set_tests_properties(${area}.${component} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${area};${T_LABELS}")
 endfunction()
 
-# zal_add_pytest(<area> <component> PATHS ... [LABELS ...] [TIMEOUT s])
+# zal_add_pytest(<area> <component> PATHS ... [LABELS ...] [TIMEOUT s] [SKIP_RETURN_CODE n])
 # runs pytest on PATHS as the test <area>.<component>, with the built programs in the environment
-# (ZAL_BIN_DIR, ZAL_HOST, ZALCTL, ZAL_SOURCE_DIR) so Python tests drive the real zal-host.
+# (ZAL_BIN_DIR, ZAL_HOST, ZALCTL, ZAL_SOURCE_DIR) so Python tests drive the real zal-host. A run
+# that ends with SKIP_RETURN_CODE is reported as skipped: the machine cannot run it.
 function(zal_add_pytest area component)
-  cmake_parse_arguments(T "" "TIMEOUT" "PATHS;LABELS" ${ARGN})
+  cmake_parse_arguments(T "" "TIMEOUT;SKIP_RETURN_CODE" "PATHS;LABELS" ${ARGN})
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 240)
   endif()
@@ -45,4 +46,7 @@ function(zal_add_pytest area component)
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(${area}.${component} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${area};${T_LABELS}"
     ENVIRONMENT "ZAL_BIN_DIR=${CMAKE_BINARY_DIR}/bin;ZAL_HOST=${CMAKE_BINARY_DIR}/bin/zal-host;ZALCTL=${CMAKE_BINARY_DIR}/bin/zalctl;ZAL_SOURCE_DIR=${PROJECT_SOURCE_DIR};PYTHONDONTWRITEBYTECODE=1")
+  if(T_SKIP_RETURN_CODE)
+    set_tests_properties(${area}.${component} PROPERTIES SKIP_RETURN_CODE ${T_SKIP_RETURN_CODE})
+  endif()
 endfunction()

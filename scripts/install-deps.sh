@@ -18,6 +18,7 @@ packages=(
   graphviz
   nodejs
   bash-completion
+  iproute2 tcpdump
 )
 
 missing=()

@@ -12,6 +12,9 @@ namespace zal {
 
 namespace {
 
+// Long enough for a healthy consumer to take what was published last before a processor goes.
+constexpr int outputLingerMs = 1000;
+
 // Subclasses' data handlers are plug-in code running in the processor's thread. An exception
 // escaping one would end that thread, and with it the processor's control line, with nobody told:
 // the message that made it fail is dropped instead, with a trace, and the processor goes on.
@@ -104,6 +107,9 @@ bool StreamProcessor::initialize() {
         inputTemplate.get(), dataHandler.get());
     if (hasOutputStream()) {
         outputSocket = std::make_unique<zmq::socket_t>(context, zmq::socket_type::pub);
+        // What a consumer that stopped reading (or whose link is down) has not taken must not hold
+        // the host's shutdown for ever: ending the context waits for every lingering message.
+        outputSocket->set(zmq::sockopt::linger, outputLingerMs);
         output = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
         DataStreamInitializer(getEndpointString(), name, *getNameServiceClient(), getDataCurve())
             .initialize(*outputSocket, processor.GetDataStream().front());

@@ -17,13 +17,14 @@ START_BOUND_S = 60
 
 
 class ZalHost:
-    """zal-host --listen tcp://127.0.0.1:* in `folder`, its frontend in `endpoint`."""
+    """zal-host --listen LISTEN in `folder`, its frontend in `endpoint`. `prefix` runs it through
+    another program, such as `ip netns exec NAME`, which must exec it in its own process."""
 
-    def __init__(self, folder, *extra_args):
+    def __init__(self, folder, *extra_args, listen="tcp://127.0.0.1:*", prefix=()):
         self.folder = folder
         self.output = []
         self.process = subprocess.Popen(
-            [HOST, "--listen", "tcp://127.0.0.1:*", *extra_args], cwd=folder,
+            [*prefix, HOST, "--listen", listen, *extra_args], cwd=folder,
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         try:
             self.endpoint = self._wait_for_frontend()
@@ -52,6 +53,11 @@ class ZalHost:
     def _drain(self):
         for line in self.process.stdout:
             self.output.append(line)
+
+    def kill(self):
+        """SIGKILL, as a crash or a power cut ends it: nothing of its own runs after."""
+        self.process.kill()
+        self.process.wait(timeout=30)
 
     def stop(self):
         """SIGTERM, a bounded wait, SIGKILL when it does not end; the exit status."""
