@@ -49,14 +49,12 @@ QString StreamReach::problem(QString& address) const {
     const QString given = address;
     const QString producerEndpoint = QString::fromStdString(producer.endpoint);
     if (tcp.isWildcard()) {
-        const std::optional<TcpAddress> frontend = TcpAddress::parse(producerEndpoint);
-        if (!frontend) {
+        if (!tcp.placeAt(producerEndpoint)) {
             return QStringLiteral(
                        "%1 binds every interface of %2, whose endpoint %3 names no network "
                        "host to connect to instead; reach %2 by tcp://HOST:PORT")
                 .arg(address, producer.label, producerEndpoint);
         }
-        tcp.host = frontend->host;
         address = tcp.text();
     }
     if (!tcp.isLoopback() || (onThisMachine(producer.endpoint) && onThisMachine(consumer.endpoint))) {

@@ -24,6 +24,17 @@ bool TcpAddress::isWildcard() const {
     return host == QLatin1String("*") || host == QLatin1String("0.0.0.0") || host == QLatin1String("[::]");
 }
 
+bool TcpAddress::placeAt(const QString& endpoint) {
+    const std::optional<TcpAddress> frontend = parse(endpoint);
+    if (!frontend) {
+        return false;
+    }
+    if (isWildcard()) {
+        host = frontend->host;
+    }
+    return true;
+}
+
 bool TcpAddress::isLoopback() const {
     return host.startsWith(QLatin1String("127.")) || host == QLatin1String("localhost") ||
            host == QLatin1String("[::1]");

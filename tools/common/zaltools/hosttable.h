@@ -41,6 +41,8 @@ public:
     // The UsageError text for a name not in the table, listing those that are.
     QString unknown(const QString& name) const;
     bool isEmpty() const { return hosts.isEmpty(); }
+    // Every host, by name.
+    QList<HostEntry> entries() const { return hosts.values(); }
 
     // A runner for that host's frontend with its CURVE keys.
     static std::unique_ptr<CommandRunner> runnerFor(const HostEntry& host, int timeoutMs,

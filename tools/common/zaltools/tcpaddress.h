@@ -17,6 +17,10 @@ struct TcpAddress {
     bool isWildcard() const;
     // 127.0.0.0/8, `localhost` or `[::1]`: reachable from this machine only.
     bool isLoopback() const;
+    // A peer on another machine reaches a bind on every interface at the host of that host's
+    // frontend `endpoint`: a wildcard host becomes it. False, the address left as it is, when the
+    // endpoint is no tcp://HOST:PORT.
+    bool placeAt(const QString& endpoint);
     QString text() const { return QStringLiteral("tcp://%1:%2").arg(host, port); }
 };
 
