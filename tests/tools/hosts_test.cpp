@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 
 #include "support/program.h"
@@ -175,4 +178,50 @@ TEST_F(Hosts, MistakesInHostLinesStopEverythingWithTheirLine) {
         EXPECT_TRUE(outcome.err.contains(path + pipeline.shown)) << outcome.err.toStdString();
     }
     EXPECT_EQ(runProgram("zalctl", {"-e", frontendA, "groups"}).out, "Success\n");
+}
+
+// top --all-hosts judges a stream of one host against a consumer of another: a slow consumer's
+// deficit is loss, not silence, and a host that does not answer is a line of its own.
+TEST_F(Hosts, TopOfEveryHostJudgesAStreamThatCrossesHosts) {
+    RunningProgram b("zal-host", {"--listen", "tcp://127.0.0.1:*"});
+    const QString frontendB = frontendOf(b);
+    ASSERT_FALSE(frontendB.isNull()) << b.output().toStdString();
+    const QString both = QString("host a %1\nhost b %2\n").arg(frontendA, frontendB);
+    const QString hosts = write("hosts", both);
+    for (const QStringList& words :
+         {QStringList{"@a", "create-group", "ga"},
+          {"@a", "create", "ga", "gen", "demo.Generator", "--stream", "s=tcp://*:*,inproc://ga/s"},
+          {"@a", "set", "ga", "gen", "rate", "2000"},
+          {"@b", "create-group", "gb"},
+          {"@b", "create", "gb", "fast", "demo.Counter"},
+          {"@b", "create", "gb", "slow", "demo.Counter"},
+          {"@b", "connect", "gb", "fast", "s", "--from", "@a/ga"},
+          {"@b", "connect", "gb", "slow", "s", "--from", "@a/ga"},
+          // It takes some 1600 of the 2000 messages a second.
+          {"@b", "set", "gb", "slow", "costUs", "600"},
+          // An inproc name of b equal to one of a's is b's own: it feeds nothing of a.
+          {"@b", "create", "gb", "orphan", "demo.Counter", "--source", "inproc://ga/s"}}) {
+        ASSERT_EQ(zalctl(hosts, QStringList{"-e"} + words).status, 0) << words.join(' ').toStdString();
+    }
+    const zaltest::Outcome top =
+        zalctl(hosts, {"top", "--all-hosts", "--once", "--json", "--interval", "1000"});
+    ASSERT_EQ(top.status, 0) << top.out.toStdString();
+    QMap<QString, QJsonObject> delivery;
+    const QJsonObject value = QJsonDocument::fromJson(top.out.toUtf8()).object()["value"].toObject();
+    for (const QJsonValue row : value["processors"].toArray()) {
+        delivery[row["group"].toString() + "/" + row["name"].toString()] = row["delivery"].toObject();
+    }
+    EXPECT_EQ(delivery.keys(), QStringList({"@a/ga/gen", "@b/gb/fast", "@b/gb/orphan", "@b/gb/slow"}));
+    EXPECT_EQ(delivery["@b/gb/fast"]["verdict"], "delivered") << top.out.toStdString();
+    EXPECT_EQ(delivery["@b/gb/fast"]["from"], QJsonArray{"@a/ga/gen s"});
+    EXPECT_EQ(delivery["@b/gb/slow"]["verdict"], "lost") << top.out.toStdString();
+    EXPECT_GT(delivery["@b/gb/slow"]["lost"].toDouble(), 0);
+    EXPECT_EQ(delivery["@b/gb/orphan"]["dangling"], QJsonArray{"@b:inproc://ga/s"}) << top.out.toStdString();
+
+    const QString three = write("three", both + "host gone tcp://127.0.0.1:1\n");
+    const zaltest::Outcome partly =
+        zalctl(three, {"--timeout", "1000", "top", "--all-hosts", "--once", "--interval", "100"});
+    EXPECT_EQ(partly.status, 0) << partly.out.toStdString();
+    EXPECT_TRUE(partly.out.contains("\nhost @gone at tcp://127.0.0.1:1 left out: Time-out"))
+        << partly.out.toStdString();
 }

@@ -4,6 +4,7 @@
 
 #include "support/qtprinters.h"
 #include "zaltools/deliverycheck.h"
+#include "zaltools/snapshotmerge.h"
 #include "zaltools/streamgraph.h"
 
 using namespace zaltools;
@@ -66,6 +67,37 @@ TEST(SystemModel, AStreamFeedsTheSourcesThatReachOneOfItsAddresses) {
         const StreamGraph graph(snapshot);
         EXPECT_EQ(graph.edges().size(), c.fed ? 1 : 0);
         EXPECT_EQ(graph.state(1, c.source), c.fed ? SourceState::Fed : SourceState::Dangling);
+    }
+    // A tcp source on a machine the sweep did not reach may be fed there; on one it reached, not.
+    const QString far = "tcp://192.0.2.7:7000";
+    SystemSnapshot remote =
+        snapshotOf({sample("g/p", producer("inproc://a", 0), 0), sample("g/c", consumer(far, 0), 1)});
+    EXPECT_EQ(StreamGraph(remote).state(1, far), SourceState::Elsewhere);
+    EXPECT_EQ(DeliveryCheck(remote, StreamGraph(remote)).of(1).verdict, Delivery::Verdict::Unknown);
+    remote.machines << "192.0.2.7";
+    EXPECT_EQ(StreamGraph(remote).state(1, far), SourceState::Dangling);
+}
+
+// Hosts on one machine share loopback; a host elsewhere is reached at its frontend's address.
+TEST(SystemModel, AHostsAddressesAreNamedAsAnotherHostReachesThem) {
+    const HostEntry near{"a", "tcp://127.0.0.1:5555", {}};
+    const HostEntry far{"b", "tcp://10.77.0.2:5555", {}};
+    const HostEntry local{"c", "ipc:///tmp/zal", {}};
+    const struct {
+        const HostEntry& host;
+        QString address;
+        QString placed;
+    } cases[] = {
+        {near, "tcp://*:6000", "tcp://127.0.0.1:6000"},
+        {near, "tcp://127.0.0.1:6000", "tcp://127.0.0.1:6000"},
+        {far, "tcp://0.0.0.0:6000", "tcp://10.77.0.2:6000"},
+        {far, "tcp://127.0.0.1:6000", "tcp://10.77.0.2:6000"},
+        {far, "tcp://10.77.0.1:6000", "tcp://10.77.0.1:6000"},
+        {far, "inproc://g/s", "@b:inproc://g/s"},
+        {local, "tcp://*:6000", "tcp://*:6000"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(SnapshotMerge::placed(c.address, c.host), c.placed) << c.address.toStdString();
     }
 }
 

@@ -53,11 +53,14 @@ Delivery DeliveryCheck::of(int consumer) const {
 
 bool DeliveryCheck::judgeSources(int consumer, Delivery& delivery, bool& filtered) const {
     bool unknown = false;
+    QStringList elsewhere;
     for (const SourceInfo& source : graph.snapshot().processors[consumer].status->sources) {
         filtered = filtered || !source.filters.isEmpty();
         const SourceState state = graph.state(consumer, source.address);
         if (state == SourceState::Dangling) {
             delivery.dangling << source.address;
+        } else if (state == SourceState::Elsewhere) {
+            elsewhere << source.address;
         }
         unknown = unknown || state == SourceState::Unknown;
     }
@@ -65,9 +68,12 @@ bool DeliveryCheck::judgeSources(int consumer, Delivery& delivery, bool& filtere
         delivery.verdict = Delivery::Verdict::Dangling;
         return false;
     }
-    if (unknown) {
+    if (unknown || !elsewhere.isEmpty()) {
         delivery.verdict = Delivery::Verdict::Unknown;
-        delivery.reason = QStringLiteral("a source is bound by no stream sampled");
+        delivery.reason =
+            unknown ? QStringLiteral("a source is bound by no stream sampled")
+                    : QStringLiteral("%1 is bound on another machine (top --all-hosts sweeps it too)")
+                          .arg(elsewhere.join(QStringLiteral(", ")));
         return false;
     }
     return true;

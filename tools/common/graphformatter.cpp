@@ -29,6 +29,8 @@ QString stateName(SourceState state) {
             return QStringLiteral("fed");
         case SourceState::Dangling:
             return QStringLiteral("dangling");
+        case SourceState::Elsewhere:
+            return QStringLiteral("elsewhere");
         case SourceState::Unknown:
             break;
     }
@@ -71,6 +73,8 @@ QString GraphFormatter::sourceText(int consumer, const SourceInfo& source) const
             return line;
         case SourceState::Dangling:
             return line + QStringLiteral("  dangling: no live stream binds it");
+        case SourceState::Elsewhere:
+            return line + QStringLiteral("  <- ? (bound on another machine)");
         case SourceState::Unknown:
             break;
     }

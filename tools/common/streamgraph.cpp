@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "zaltools/addressmatcher.h"
+#include "zaltools/tcpaddress.h"
 
 namespace zaltools {
 
@@ -53,7 +54,12 @@ SourceState StreamGraph::state(int consumer, const QString& address) const {
     if (fed) {
         return SourceState::Fed;
     }
-    return shot.complete() ? SourceState::Dangling : SourceState::Unknown;
+    if (!shot.complete()) {
+        return SourceState::Unknown;
+    }
+    const std::optional<TcpAddress> tcp = TcpAddress::parse(address);
+    const bool remote = tcp && !tcp->isLoopback() && !tcp->isWildcard() && !shot.machines.contains(tcp->host);
+    return remote ? SourceState::Elsewhere : SourceState::Dangling;
 }
 
 // A processor's depth is the length of the longest chain of streams that feeds it; relaxing every

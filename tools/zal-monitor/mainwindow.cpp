@@ -227,9 +227,10 @@ QTreeWidgetItem* MainWindow::processorItem(const zaltools::TopRow& row) {
     }
     for (const zaltools::SourceInfo& source : row.sample.status->sources) {
         const zaltools::SourceState fed = state.graph()->state(processor, source.address);
-        const QString from = fed == zaltools::SourceState::Dangling ? tr("dangling")
-                             : fed == zaltools::SourceState::Fed    ? tr("fed")
-                                                                    : tr("not seen");
+        const QString from = fed == zaltools::SourceState::Dangling    ? tr("dangling")
+                             : fed == zaltools::SourceState::Fed       ? tr("fed")
+                             : fed == zaltools::SourceState::Elsewhere ? tr("elsewhere")
+                                                                       : tr("not seen");
         auto* child = new QTreeWidgetItem(item, {tr("source"), source.address, from});
         child->setData(0, idRole, id);
     }

@@ -447,6 +447,23 @@ int runOwn(const Options& options, const QStringList& words, const Interrupt&...
     return command->run(runner, interrupt...);
 }
 
+// With --all-hosts, every host of the hosts file, each with its own keys; otherwise the one host.
+int top(const Options& options, const QStringList& words) {
+    std::optional<TopCommand> command;
+    try {
+        command.emplace(words);
+    } catch (const zaltools::UsageError& e) {
+        return usage(QString::fromUtf8(e.what()));
+    }
+    if (!command->allHosts()) {
+        return runOwn<TopCommand>(options, words, interrupted);
+    }
+    if (options.hosts.isEmpty()) {
+        return usage(QStringLiteral("top: --all-hosts needs hosts: --hosts FILE or $ZAL_HOSTS."));
+    }
+    return command->runAllHosts(options.hosts, options.timeoutMs, interrupted);
+}
+
 // Whether --json stands among the options, before or after the command, so that even a usage error
 // found before the command is read answers in JSON. A "--" after the command ends its options.
 bool wantsJson(const QStringList& arguments) {
@@ -485,7 +502,7 @@ int main(int argc, char** argv) {
     }
     if (command == QLatin1String("top")) {
         catchInterrupt();
-        return runOwn<TopCommand>(options, arguments.mid(at), interrupted);
+        return top(options, arguments.mid(at));
     }
     if (command == QLatin1String("graph")) {
         return runOwn<GraphCommand>(options, arguments.mid(at));

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "console.h"
+#include "zaltools/allhostssweep.h"
 #include "zaltools/commandparser.h"
 #include "zaltools/optionwords.h"
 #include "zaltools/streamgraph.h"
@@ -34,11 +35,13 @@ int positive(const OptionWords& words, const QString& option, int fallback, cons
 }  // namespace
 
 TopCommand::TopCommand(const QStringList& words) {
-    const OptionWords given(QStringLiteral("top"), words.mid(1),
-                            {QStringLiteral("--interval"), QStringLiteral("--max-requests-per-second")},
-                            {QStringLiteral("--once"), QStringLiteral("--json")});
+    const OptionWords given(
+        QStringLiteral("top"), words.mid(1),
+        {QStringLiteral("--interval"), QStringLiteral("--max-requests-per-second")},
+        {QStringLiteral("--once"), QStringLiteral("--json"), QStringLiteral("--all-hosts")});
     group = given.optionalGroup(usage());
     once = given.flag(QStringLiteral("--once"));
+    everyHost = given.flag(QStringLiteral("--all-hosts"));
     json = given.flag(QStringLiteral("--json")) || Console::json();
     intervalMs = positive(given, QStringLiteral("--interval"), intervalMs, QStringLiteral("milliseconds"));
     requestsPerSecond = positive(given, QStringLiteral("--max-requests-per-second"), requestsPerSecond,
@@ -46,12 +49,26 @@ TopCommand::TopCommand(const QStringList& words) {
 }
 
 QString TopCommand::usage() {
-    return QStringLiteral("top [GROUP] [--once] [--json] [--interval MS] [--max-requests-per-second N]");
+    return QStringLiteral(
+        "top [GROUP] [--all-hosts] [--once] [--json] [--interval MS] [--max-requests-per-second N]");
 }
 
 int TopCommand::run(CommandRunner& runner, const volatile std::sig_atomic_t& interrupted) const {
     RequestPacer pacer(requestsPerSecond, &interrupted);
     SystemSweep sweep(runner, pacer);
+    return loop(pacer, [&](const QStringList& first, SystemSnapshot& now, CommandResult& failed,
+                           bool& stopped) { return sweep.take(group, first, now, failed, stopped); });
+}
+
+int TopCommand::runAllHosts(const HostTable& hosts, int timeoutMs,
+                            const volatile std::sig_atomic_t& interrupted) const {
+    RequestPacer pacer(requestsPerSecond, &interrupted);
+    AllHostsSweep sweep(hosts, timeoutMs, pacer);
+    return loop(pacer, [&](const QStringList& first, SystemSnapshot& now, CommandResult& failed,
+                           bool& stopped) { return sweep.take(group, first, now, failed, stopped); });
+}
+
+int TopCommand::loop(RequestPacer& pacer, const Take& take) const {
     std::optional<SystemSnapshot> before;
     QStringList order;
     const auto interval = std::chrono::milliseconds(intervalMs);
@@ -63,7 +80,7 @@ int TopCommand::run(CommandRunner& runner, const volatile std::sig_atomic_t& int
         SystemSnapshot now;
         CommandResult failed;
         bool stopped = false;
-        if (!sweep.take(group, order, now, failed, stopped)) {
+        if (!take(order, now, failed, stopped)) {
             if (stopped) {
                 return static_cast<int>(ExitStatus::Success);
             }

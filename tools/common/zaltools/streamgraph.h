@@ -22,6 +22,8 @@ enum class SourceState {
     Fed,       // a stream of the snapshot binds its address
     Dangling,  // no live stream does: the snapshot is complete and binds it nowhere
     Unknown,   // none of the snapshot does, but a processor or group it did not see may
+    // None does, but its tcp address names a machine the snapshot did not sweep, whose stream may
+    Elsewhere,
 };
 
 // Refers to the snapshot it was made from, which must outlive it.

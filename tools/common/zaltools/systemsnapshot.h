@@ -30,6 +30,9 @@ struct SystemSnapshot {
     QVector<ProcessorSample> processors;  // in the order they were asked
     // Every group was sampled, so a stream that feeds one of these processors is among them.
     bool everyGroup = true;
+    // The tcp hosts of the frontends swept (none when it is not known): a tcp source on one of them
+    // that no stream here binds is dangling, though its address is no loopback one.
+    QStringList machines;
     QStringList problems;  // what the sweep could not learn, a sentence each
     int requests = 0;      // how many the sweep sent
     double startedMs = 0;
