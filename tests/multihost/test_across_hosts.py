@@ -1,9 +1,14 @@
 """A pipeline across hosts in their own network namespaces: host A generates and records, host B
 counts, and only the client namespace sends control requests."""
+import json
+import selectors
+import signal
+import subprocess
 import time
 
 from conftest import HERE
-from cluster import wait_until
+from cluster import HOSTS_FILE, wait_until
+from zalhost import ZALCTL
 
 PIPELINE_A = HERE / "host-a.pipeline"
 COMMANDS_B = HERE / "host-b.zalctl"
@@ -97,12 +102,46 @@ def test_counter_on_b_resumes_after_a_is_killed_and_started_again(hosts, client)
     assert client.reply("b", "processors", "gb")["value"] == ["counter"]
 
 
+def top_of_every_host(network, interval_ms):
+    """zalctl top over both hosts from the client namespace: a JSON line a sweep."""
+    return subprocess.Popen([*network.exec_prefix("client"), ZALCTL, "--hosts", str(HOSTS_FILE), "top",
+                             "--all-hosts", "--json", "--interval", str(interval_ms)],
+                            stdout=subprocess.PIPE, text=True)
+
+
+def next_sweep(top, bound_s):
+    """The next sweep's processors by id, the deliveries of its consumers."""
+    with selectors.DefaultSelector() as lines:
+        lines.register(top.stdout, selectors.EVENT_READ)
+        assert lines.select(bound_s), f"no sweep of top within {bound_s} s"
+    value = json.loads(top.stdout.readline())["value"]
+    return {f"{row['group']}/{row['name']}": row["delivery"] for row in value["processors"]}
+
+
 def test_data_resumes_after_a_link_cut_of_five_seconds(hosts, client, network):
     start_pipeline(hosts, client)
     counter_passes(client, 0, 15, "the counter on B receives A's stream")
+    # Alone, B cannot tell whether A's stream feeds its counter: it is not dangling there.
+    alone = client.reply("b", "top", "--once")["value"]["processors"][0]["delivery"]
+    assert alone["verdict"] == "unknown" and "another machine" in alone["reason"], alone
     client.run("a", "stop", "ga", "generator", "numbers")
     first = counts_at_rest(client)
     client.run("a", "start", "ga", "generator", "numbers")
+    # One sweep of both hosts before the cut and the next well after it, so one interval spans it.
+    top = top_of_every_host(network, 8000)
+    try:
+        assert next_sweep(top, 10)["@b/gb/counter"]["dangling"] == []
+        cut_and_count(client, network, first)
+        seen = next_sweep(top, 20)
+    finally:
+        top.send_signal(signal.SIGINT)
+        top.wait(10)
+    assert seen["@b/gb/counter"]["verdict"] == "lost" and seen["@b/gb/counter"]["lost"] > 2 * RATE, seen
+    assert seen["@a/ga/recorder"]["verdict"] == "delivered", seen
+
+
+def cut_and_count(client, network, first):
+    """Cuts A's link for 5 s while its generator runs; B's gap, and none at A's recorder."""
     network.set_link("a", up=False)
     try:
         cut = time.monotonic()
