@@ -136,7 +136,9 @@ def test_data_resumes_after_a_link_cut_of_five_seconds(hosts, client, network):
     finally:
         top.send_signal(signal.SIGINT)
         top.wait(10)
-    assert seen["@b/gb/counter"]["verdict"] == "lost" and seen["@b/gb/counter"]["lost"] > 2 * RATE, seen
+    counter = seen["@b/gb/counter"]
+    print(f"top --all-hosts: lost {counter['lost']} of {counter['published']:.0f} at B's counter")
+    assert counter["verdict"] == "lost" and counter["lost"] > 2 * RATE, seen
     assert seen["@a/ga/recorder"]["verdict"] == "delivered", seen
 
 
